@@ -1,0 +1,220 @@
+// ZRFramework.h: the library's one public header, a section per family.
+//
+// Every fallible function reports failure one way: an OSStatus result (noErr, paramErr,
+// unknownErr, or a status passed up from a lower function) and, when its inLog argument is
+// true, one line "ERROR <message> (<function>,<line>)" written with NSLog. Functions named
+// Copy or Create hand the caller one reference (or malloc'ed block) to release; out-parameters
+// must point to an empty (NULL) slot on entry and are left empty on failure.
+#pragma once
+
+#include <ApplicationServices/ApplicationServices.h>
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreServices/CoreServices.h>
+#include <Foundation/Foundation.h>
+
+#define ZR_EXPORT extern __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---------------------------------------------------------------------------------------------
+// Diagnostics: statuses and error strings
+// ---------------------------------------------------------------------------------------------
+
+// The library's own statuses, beside the platform's noErr and paramErr.
+enum {
+  stopErr = -2221,         // "operation was stopped" (never returned by the library)
+  superLockedErr = -2222,  // "item is super-locked using schg bit" (never returned by the library)
+  unknownErr = -2223       // a platform call, allocation, conversion or lower function failed
+};
+
+// Stores into *outStringRef a new string "status, name, comment" (parts that are unknown are
+// left out). Never fails and never logs: returns noErr, also for a NULL outStringRef (then it
+// does nothing). A non-empty slot is overwritten, not released.
+ZR_EXPORT OSStatus ZRCopyCarbonErrorStringRef(OSStatus inStatus, CFStringRef* outStringRef, Boolean inLog);
+// The text of ZRCopyCarbonErrorStringRef, autoreleased (needs an autorelease pool).
+ZR_EXPORT NSString* ZRCarbonErrorString(OSStatus inStatus);
+// inErrno + 100000: where the platform places POSIX error numbers among statuses.
+ZR_EXPORT OSStatus ZRCarbonErrorOfErrno(int inErrno);
+// ZRCarbonErrorString(inErrno + 100000), e.g. "100002, ENOENT, No such file or directory".
+ZR_EXPORT NSString* ZRErrnoErrorString(int inErrno);
+
+// ---------------------------------------------------------------------------------------------
+// Object utilities: reference lifecycle and type tests
+// ---------------------------------------------------------------------------------------------
+
+// Destroy: releases the reference in the slot and empties it; a NULL slot address or an empty
+// slot does nothing. Assign: retains the source slot's reference, stores it in the destination
+// and releases the destination's old reference; a NULL address on either side does nothing.
+#define ZR_DESTROY(Kind, Type) ZR_EXPORT void ZRDestroy##Kind##Ref(Type* ioRef);
+#define ZR_DESTROY_ASSIGN(Kind, Type) \
+  ZR_DESTROY(Kind, Type)              \
+  ZR_EXPORT void ZRAssign##Kind##Ref(Type* ioRef, Type* inRef);
+
+ZR_DESTROY_ASSIGN(UUID, CFUUIDRef)
+ZR_DESTROY_ASSIGN(URL, CFURLRef)
+ZR_DESTROY_ASSIGN(Type, CFTypeRef)
+ZR_DESTROY_ASSIGN(String, CFStringRef)
+ZR_DESTROY_ASSIGN(Socket, CFSocketRef)
+ZR_DESTROY(Shading, CGShadingRef)
+ZR_DESTROY(RunLoopTimer, CFRunLoopTimerRef)
+ZR_DESTROY_ASSIGN(RunLoopSource, CFRunLoopSourceRef)
+ZR_DESTROY(ReadStream, CFReadStreamRef)
+ZR_DESTROY(Query, MDQueryRef)
+ZR_DESTROY_ASSIGN(PropertyList, CFPropertyListRef)
+ZR_DESTROY_ASSIGN(PDFDocument, CGPDFDocumentRef)
+ZR_DESTROY(PDFDictionary, CGPDFDictionaryRef)
+ZR_DESTROY_ASSIGN(NumberFormatter, CFNumberFormatterRef)
+ZR_DESTROY_ASSIGN(Number, CFNumberRef)
+ZR_DESTROY_ASSIGN(MutableString, CFMutableStringRef)
+ZR_DESTROY(MutablePath, CGMutablePathRef)
+ZR_DESTROY_ASSIGN(MutableDictionary, CFMutableDictionaryRef)
+ZR_DESTROY_ASSIGN(MutableData, CFMutableDataRef)
+ZR_DESTROY_ASSIGN(MutableArray, CFMutableArrayRef)
+ZR_DESTROY_ASSIGN(Locale, CFLocaleRef)
+ZR_DESTROY_ASSIGN(Layer, CGLayerRef)
+ZR_DESTROY_ASSIGN(Item, MDItemRef)
+ZR_DESTROY_ASSIGN(ImageSource, CGImageSourceRef)
+ZR_DESTROY(ImageDestination, CGImageDestinationRef)
+ZR_DESTROY_ASSIGN(Image, CGImageRef)
+ZR_DESTROY_ASSIGN(Dictionary, CFDictionaryRef)
+ZR_DESTROY_ASSIGN(DateFormatter, CFDateFormatterRef)
+ZR_DESTROY_ASSIGN(Date, CFDateRef)
+ZR_DESTROY(DataProvider, CGDataProviderRef)
+ZR_DESTROY_ASSIGN(Data, CFDataRef)
+ZR_DESTROY(Context, CGContextRef)
+ZR_DESTROY(ColorSpace, CGColorSpaceRef)
+ZR_DESTROY(Color, CGColorRef)
+ZR_DESTROY_ASSIGN(CharacterSet, CFCharacterSetRef)
+ZR_DESTROY_ASSIGN(Calendar, CFCalendarRef)
+ZR_DESTROY_ASSIGN(Bundle, CFBundleRef)
+ZR_DESTROY(Boolean, CFBooleanRef)
+ZR_DESTROY_ASSIGN(AttributedString, CFAttributedStringRef)
+ZR_DESTROY_ASSIGN(Array, CFArrayRef)
+
+#undef ZR_DESTROY_ASSIGN
+#undef ZR_DESTROY
+
+// Type tests. The reference must not be NULL. The Get forms return the same reference (not
+// retained) when it is of the kind, else NULL. Mutable kinds pass the test of their kind.
+ZR_EXPORT Boolean ZRTypeRefIsStringRef(CFTypeRef inTypeRef);
+ZR_EXPORT Boolean ZRTypeRefIsNumberRef(CFTypeRef inTypeRef);
+ZR_EXPORT Boolean ZRTypeRefIsDictionaryRef(CFTypeRef inTypeRef);
+ZR_EXPORT Boolean ZRTypeRefIsArrayRef(CFTypeRef inTypeRef);
+ZR_EXPORT CFStringRef ZRGetStringRefOfTypeRef(CFTypeRef inTypeRef);
+ZR_EXPORT CFNumberRef ZRGetNumberRefOfTypeRef(CFTypeRef inTypeRef);
+ZR_EXPORT CFDictionaryRef ZRGetDictionaryRefOfTypeRef(CFTypeRef inTypeRef);
+ZR_EXPORT CFArrayRef ZRGetArrayRefOfTypeRef(CFTypeRef inTypeRef);
+
+// ---------------------------------------------------------------------------------------------
+// Text and formatting: size and number strings
+// ---------------------------------------------------------------------------------------------
+
+// A byte count as text in the current locale. inUnit: 0 or 1 automatic, 2 bytes, 3 KB, 4 MB,
+// 5 GB (binary units; other values fail with unknownErr). inDecimals: 0 to 3 optional fraction
+// digits; other values use the locale's own decimal pattern without a unit. Exactly 1024,
+// 1048576 and 1073741824 bytes are the fixed texts "1 KB", "1 MB" and "1 GB".
+ZR_EXPORT OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals, CFStringRef* outStringRef,
+                                       Boolean inLog);
+// ZRCopySizeStringRef with inLog true, autoreleased; nil on failure.
+ZR_EXPORT NSString* ZRSizeString(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals);
+// The number *inValue of type inNumberType, grouped, with 0 to 3 optional decimals (other
+// selectors mean 0).
+ZR_EXPORT OSStatus ZRCopyLocalizedNumberStringRef(const void* inValue, CFNumberType inNumberType, SInt32 inDecimals,
+                                                  CFStringRef* outStringRef, Boolean inLog);
+// ZRCopyLocalizedNumberStringRef with inLog true, autoreleased; nil on failure.
+ZR_EXPORT NSString* ZRLocalizedNumberStringOfValue(const void* inValue, CFNumberType inNumberType, SInt32 inDecimals);
+
+// ---------------------------------------------------------------------------------------------
+// Text and formatting: remaining-time strings
+// ---------------------------------------------------------------------------------------------
+
+// A localized phrase for the seconds left, in coarse steps (5 s, one minute, minutes, one hour,
+// at most 2 hours), from the main bundle's "Process_General_..." strings.
+ZR_EXPORT OSStatus ZRCopyRemainingTimeStringRef(double inSeconds, CFStringRef* outStringRef, Boolean inLog);
+// ZRCopyRemainingTimeStringRef with inLog true, autoreleased; nil on failure.
+ZR_EXPORT NSString* ZRRemainingTimeString(double inSeconds);
+
+// ---------------------------------------------------------------------------------------------
+// Text and formatting: string utilities
+// ---------------------------------------------------------------------------------------------
+
+// NULL-tolerant exact comparisons and emptiness tests.
+ZR_EXPORT Boolean ZRStringRefsAreEqual(CFStringRef inStringRef1, CFStringRef inStringRef2);
+ZR_EXPORT Boolean ZRStringRefsAreDifferent(CFStringRef inStringRef1, CFStringRef inStringRef2);
+ZR_EXPORT Boolean ZRStringRefIsEmpty(CFStringRef inStringRef);
+ZR_EXPORT Boolean ZRStringRefIsNotEmpty(CFStringRef inStringRef);
+
+// A new malloc'ed, NUL-terminated C string in inEncoding (free it). An empty string, or a
+// string whose converted form fills the encoding's maximum size, fails with unknownErr.
+ZR_EXPORT OSStatus ZRCopyCBufferOfStringRef(CFStringRef inStringRef, CFStringEncoding inEncoding, char** outCBuffer,
+                                            Boolean inLog);
+// "name (n of total), ..." for each distinct string, ordered case-insensitively with numbers
+// compared as numbers; one distinct string gives just that string; "\n" after each comma when
+// inMultiline is true.
+ZR_EXPORT OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef, Boolean inMultiline,
+                                                              CFStringRef* outStringRef, Boolean inLog);
+// The string dressed with the system font of inFontSize points (NSFontAttributeName).
+ZR_EXPORT OSStatus ZRCopyAttributedStringRefOfStringRef(CFStringRef inStringRef, float inFontSize,
+                                                        CFAttributedStringRef* outAttributedStringRef, Boolean inLog);
+// Every occurrence of inFindStringRef replaced by inReplaceStringRef, compared with inCompareOptions.
+ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterFindAndReplace(CFStringRef inStringRef, CFStringRef inFindStringRef,
+                                                                 CFStringRef inReplaceStringRef,
+                                                                 CFStringCompareFlags inCompareOptions,
+                                                                 CFStringRef* outStringRef, Boolean inLog);
+// The string without any of the UTF-16 units of inCharacterStringRef, compared with inCompareOptions.
+ZR_EXPORT OSStatus ZRRemoveCharactersFromStringRef(CFStringRef inStringRef, CFStringRef inCharacterStringRef,
+                                                   CFStringCompareFlags inCompareOptions, CFStringRef* outStringRef,
+                                                   Boolean inLog);
+// Words separated by single spaces (U+0020 only). A final word of one unit is dropped, so
+// "a b" gives "a" and "x" fails; a string of spaces fails with unknownErr.
+ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFStringRef inStringRef, CFStringRef* outStringRef,
+                                                                        Boolean inLog);
+// A number read from text: "3/4" is 0.75, "7,5" is 7.5, else strtod. inDefaultValue only for NULL.
+ZR_EXPORT double ZRGetDoubleOfStringBuffer(const char* inStringBuffer, double inDefaultValue);
+// ZRGetDoubleOfStringBuffer of the string's UTF-8 form; inDefaultValue for NULL or a failed conversion.
+ZR_EXPORT double ZRGetDoubleOfStringRef(CFStringRef inStringRef, double inDefaultValue);
+
+// ---------------------------------------------------------------------------------------------
+// Encodings and digests: Base32 (RFC 4648 alphabet, never padded)
+// ---------------------------------------------------------------------------------------------
+
+// No inLog and no ERROR line: noErr or unknownErr. The encoder refuses empty input; its text is
+// malloc'ed and NUL-terminated. The decoder's block holds (5 * strlen) / 8 bytes; it stops
+// quietly (noErr) at an invalid character, and on non-zero trailing bits returns unknownErr with
+// the block still in *outBuffer: free it in both cases.
+ZR_EXPORT OSStatus ZRCopyBase32BufferOfBuffer(const void* inBuffer, UInt32 inLength, char** outBase32Buffer);
+ZR_EXPORT OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void** outBuffer);
+
+// ---------------------------------------------------------------------------------------------
+// Encodings and digests: hexadecimal, handles, SHA-1
+// ---------------------------------------------------------------------------------------------
+
+// Lower-case hex text of the bytes. On every failure, paramErr included, *outStringRef is
+// released and emptied.
+ZR_EXPORT OSStatus ZRCopyHexStringRefOfDataRef(CFDataRef inDataRef, Boolean inLog, CFMutableStringRef* outStringRef);
+// A new handle holding a copy of the bytes; empty data fails with unknownErr.
+ZR_EXPORT OSStatus ZRCopyHandleOfDataRef(CFDataRef inDataRef, Handle* outHandle, Boolean inLog);
+// Bytes of hex text: odd lengths are padded on the left with "0"; any non-digit counts as 0.
+ZR_EXPORT OSStatus ZRCopyDataRefOfHexStringRef(CFStringRef inHexStringRef, Boolean inLog, CFDataRef* outDataRef);
+// The 20-byte SHA-1 digest of the file. Always returns noErr: failure shows as an empty slot.
+ZR_EXPORT OSStatus ZRCopySHADataRefOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog, CFDataRef* outDataRef);
+
+#ifdef __cplusplus
+}  // extern "C"
+
+// ---------------------------------------------------------------------------------------------
+// Encodings: the NSData(ZR) category, as free functions over the bridged types
+// ---------------------------------------------------------------------------------------------
+namespace ZR {
+// Unpadded Base32 text of the data's bytes, autoreleased; never nil (empty data gives "").
+__attribute__((visibility("default"))) NSString* base32String(NSData* self);
+// The bytes of unpadded Base32 text (either case), autoreleased; nil when the text is refused.
+__attribute__((visibility("default"))) NSData* dataWithBase32String(NSString* string);
+// Standard padded Base64 text on one line, autoreleased; nil when the codec cannot be set up.
+__attribute__((visibility("default"))) NSString* base64String(NSData* self);
+// The bytes of Base64 text, autoreleased; never nil, empty when nothing decodes.
+__attribute__((visibility("default"))) NSData* dataWithBase64String(NSString* string);
+}  // namespace ZR
+#endif

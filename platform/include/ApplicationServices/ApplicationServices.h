@@ -1,0 +1,6 @@
+// ApplicationServices.h: graphics and image services.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
+#include <ImageIO/ImageIO.h>

@@ -1,0 +1,6 @@
+// CFDateFormatter.h: date formatters (the type; the library only holds and releases them).
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+typedef const struct __CFDateFormatter* CFDateFormatterRef;

@@ -1,0 +1,6 @@
+// CFLocale.h: locales.
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+typedef const struct __CFLocale* CFLocaleRef;

@@ -1,0 +1,6 @@
+// CFSocket.h: socket objects (the type; the library only holds and releases them).
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+typedef const struct __CFSocket* CFSocketRef;

@@ -1,0 +1,6 @@
+// Foundation.h: the Foundation services the host layer provides.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <Foundation/NSObjCRuntime.h>
+#include <Foundation/NSAutoreleasePool.h>

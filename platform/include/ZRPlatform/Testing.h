@@ -1,0 +1,32 @@
+// Testing.h: seams for tests of code built on the host layer. Applications never include this.
+//
+// Fault injection: every object creation of the host layer, every handle allocation and
+// every malloc/calloc call made by the ZRFramework library counts as one allocation on the
+// calling thread. Tests arm a one-shot failure to reach "returns NULL" paths.
+//
+// Log capture: NSLog's message text can be routed to a callback instead of standard error
+// and syslog, so that tests compare ERROR lines as text.
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+CF_EXTERN_C_BEGIN
+
+// Makes the n-th allocation on the calling thread from now on fail, once (n >= 1).
+// n <= 0 disarms a pending failure.
+CF_EXPORT void ZRTestingFailAllocation(long n);
+// True while a failure armed on the calling thread has not happened yet.
+CF_EXPORT Boolean ZRTestingFailurePending(void);
+// Allocations counted on the calling thread since the last reset.
+CF_EXPORT long ZRTestingAllocationCount(void);
+CF_EXPORT void ZRTestingResetAllocationCount(void);
+
+// Receives each NSLog message (the formatted text, UTF-8, without the date and process prefix).
+typedef void (*ZRTestingLogSink)(const char* message, void* context);
+// Routes NSLog to sink instead of standard error and syslog; NULL restores the normal output.
+CF_EXPORT void ZRTestingSetLogSink(ZRTestingLogSink sink, void* context);
+
+// Live objects of the host layer (created and not yet freed), for leak checks in tests.
+CF_EXPORT long ZRTestingLiveObjectCount(void);
+
+CF_EXTERN_C_END

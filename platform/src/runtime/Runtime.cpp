@@ -1,0 +1,193 @@
+// Runtime.cpp: reference counting, type identifiers, equality, hashing, descriptions,
+// allocators, CFNull, and the allocation seam used by tests.
+#include "runtime/Object.h"
+
+#include <CoreFoundation/CFString.h>
+#include <ZRPlatform/Testing.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace zrp {
+namespace {
+
+std::atomic<long> gLiveObjects{0};
+thread_local long tAllocationCount = 0;
+thread_local long tFailCountdown = 0;
+
+std::mutex gTypeMutex;
+std::vector<std::string>& DynamicTypeNames() {
+  static auto* names = new std::vector<std::string>();
+  return *names;
+}
+
+const char* const kBuiltinTypeNames[] = {
+    nullptr,     "CFNull",  "CFBoolean", "CFNumber", "CFString",          "CFData",           "CFArray",
+    "CFDictionary", "CFDate", "CFLocale", "CFNumberFormatter", "CFBundle", "CFAttributedString", "CFURL",
+    "NSFont"};
+
+}  // namespace
+
+bool AllocationAllowed() {
+  ++tAllocationCount;
+  if (tFailCountdown > 0 && --tFailCountdown == 0) return false;
+  return true;
+}
+
+Object::Object(CFTypeID typeID) : typeID_(typeID) { gLiveObjects.fetch_add(1, std::memory_order_relaxed); }
+
+Object::~Object() {
+  if (!immortal_) gLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void Object::makeImmortal() {
+  if (!immortal_) {
+    immortal_ = true;
+    gLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+  }
+}
+
+bool Object::equal(const Object& other) const { return this == &other; }
+
+CFHashCode Object::hash() const { return reinterpret_cast<CFHashCode>(this); }
+
+const char* Object::className() const {
+  const char* name = TypeName(typeID_);
+  return name ? name : "CFType";
+}
+
+CFStringRef Object::copyDescription() const {
+  return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("<%s %p [%p]>"), className(), static_cast<const void*>(this),
+                                  static_cast<const void*>(kCFAllocatorSystemDefault));
+}
+
+CFTypeID RegisterType(const char* name) {
+  std::lock_guard<std::mutex> lock(gTypeMutex);
+  DynamicTypeNames().emplace_back(name ? name : "");
+  return kTypeIDFirstDynamic + DynamicTypeNames().size() - 1;
+}
+
+const char* TypeName(CFTypeID typeID) {
+  if (typeID < sizeof(kBuiltinTypeNames) / sizeof(kBuiltinTypeNames[0])) return kBuiltinTypeNames[typeID];
+  if (typeID < kTypeIDFirstDynamic) return nullptr;
+  std::lock_guard<std::mutex> lock(gTypeMutex);
+  size_t index = typeID - kTypeIDFirstDynamic;
+  return index < DynamicTypeNames().size() ? DynamicTypeNames()[index].c_str() : nullptr;
+}
+
+namespace {
+[[noreturn]] void Halt(const char* what) {
+  std::fprintf(stderr, "%s called with NULL\n", what);
+  std::abort();
+}
+
+// The allocators are distinct markers; every object is allocated by the runtime itself.
+struct AllocatorMarker {
+  int which;
+};
+const AllocatorMarker kSystemDefaultMarker{1};
+const AllocatorMarker kMallocMarker{2};
+const AllocatorMarker kNullMarker{3};
+
+class NullObject final : public Object {
+ public:
+  NullObject() : Object(kTypeIDNull) { makeImmortal(); }
+  CFStringRef copyDescription() const override { return CFSTR("<null>"); }
+};
+}  // namespace
+
+}  // namespace zrp
+
+using zrp::AsMutableObject;
+using zrp::AsObject;
+
+extern "C" {
+
+const CFAllocatorRef kCFAllocatorDefault = nullptr;
+const CFAllocatorRef kCFAllocatorSystemDefault = reinterpret_cast<CFAllocatorRef>(&zrp::kSystemDefaultMarker);
+const CFAllocatorRef kCFAllocatorMalloc = reinterpret_cast<CFAllocatorRef>(&zrp::kMallocMarker);
+const CFAllocatorRef kCFAllocatorNull = reinterpret_cast<CFAllocatorRef>(&zrp::kNullMarker);
+
+CFTypeRef CFRetain(CFTypeRef cf) {
+  if (!cf) zrp::Halt("CFRetain()");
+  zrp::Object* object = AsMutableObject(cf);
+  if (!object->immortal()) object->refCount.fetch_add(1, std::memory_order_relaxed);
+  return cf;
+}
+
+void CFRelease(CFTypeRef cf) {
+  if (!cf) zrp::Halt("CFRelease()");
+  zrp::Object* object = AsMutableObject(cf);
+  if (object->immortal()) return;
+  if (object->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete object;
+}
+
+CFIndex CFGetRetainCount(CFTypeRef cf) {
+  if (!cf) zrp::Halt("CFGetRetainCount()");
+  const zrp::Object* object = AsObject(cf);
+  // Constant objects report the very large count the platform gives them.
+  if (object->immortal()) return LONG_MAX;
+  return object->refCount.load(std::memory_order_relaxed);
+}
+
+CFTypeID CFGetTypeID(CFTypeRef cf) {
+  if (!cf) zrp::Halt("CFGetTypeID()");
+  return AsObject(cf)->typeID();
+}
+
+Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2) {
+  if (!cf1) zrp::Halt("CFEqual()");
+  if (!cf2) zrp::Halt("CFEqual()");
+  if (cf1 == cf2) return true;
+  const zrp::Object* a = AsObject(cf1);
+  const zrp::Object* b = AsObject(cf2);
+  if (a->typeID() != b->typeID()) return false;
+  return a->equal(*b);
+}
+
+CFHashCode CFHash(CFTypeRef cf) {
+  if (!cf) zrp::Halt("CFHash()");
+  return AsObject(cf)->hash();
+}
+
+CFStringRef CFCopyDescription(CFTypeRef cf) {
+  if (!cf) return nullptr;
+  return AsObject(cf)->copyDescription();
+}
+
+CFStringRef CFCopyTypeIDDescription(CFTypeID type_id) {
+  const char* name = zrp::TypeName(type_id);
+  return name ? CFStringCreateWithCString(nullptr, name, kCFStringEncodingUTF8) : nullptr;
+}
+
+const CFNullRef kCFNull = reinterpret_cast<CFNullRef>(static_cast<zrp::Object*>(new zrp::NullObject()));
+
+CFTypeID CFNullGetTypeID(void) { return zrp::kTypeIDNull; }
+
+void ZRTestingFailAllocation(long n) { zrp::tFailCountdown = n > 0 ? n : 0; }
+
+Boolean ZRTestingFailurePending(void) { return zrp::tFailCountdown > 0; }
+
+long ZRTestingAllocationCount(void) { return zrp::tAllocationCount; }
+
+void ZRTestingResetAllocationCount(void) { zrp::tAllocationCount = 0; }
+
+long ZRTestingLiveObjectCount(void) { return zrp::gLiveObjects.load(std::memory_order_relaxed); }
+
+// The library is linked with --wrap=malloc,--wrap=calloc: its own allocations come here,
+// so that tests can make them fail like any object creation.
+__attribute__((visibility("default"))) void* __wrap_malloc(size_t size) {
+  if (!zrp::AllocationAllowed()) return nullptr;
+  return std::malloc(size);
+}
+
+__attribute__((visibility("default"))) void* __wrap_calloc(size_t count, size_t size) {
+  if (!zrp::AllocationAllowed()) return nullptr;
+  return std::calloc(count, size);
+}
+
+}  // extern "C"
