@@ -1,4 +1,35 @@
-// CFPropertyList.h: property lists (the reference type of any property-list object).
+// CFPropertyList.h: property lists: reading XML and binary ("bplist00") forms, writing XML.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFData.h>
+#include <CoreFoundation/CFString.h>
+
+CF_EXTERN_C_BEGIN
+
+typedef CFOptionFlags CFPropertyListMutabilityOptions;
+enum {
+  kCFPropertyListImmutable = 0,
+  kCFPropertyListMutableContainers = 1 << 0,
+  kCFPropertyListMutableContainersAndLeaves = 1 << 1
+};
+
+typedef CFIndex CFPropertyListFormat;
+enum {
+  kCFPropertyListOpenStepFormat = 1,
+  kCFPropertyListXMLFormat_v1_0 = 100,
+  kCFPropertyListBinaryFormat_v1_0 = 200
+};
+
+typedef struct __CFError* CFErrorRef;
+
+// Reads an XML or binary property list. Returns NULL on malformed input; *error, when given,
+// receives NULL (error objects are not made by this host).
+CF_EXPORT CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data, CFOptionFlags options,
+                                                        CFPropertyListFormat* format, CFErrorRef* error);
+// Writes the XML form byte for byte as the platform writes it; other formats give NULL.
+CF_EXPORT CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator, CFPropertyListRef propertyList,
+                                             CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);
+CF_EXPORT Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format);
+
+CF_EXTERN_C_END

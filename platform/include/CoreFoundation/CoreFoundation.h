@@ -21,3 +21,4 @@
 #include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFAttributedString.h>
 #include <CoreFoundation/CFPropertyList.h>
+#include <CoreFoundation/CFPreferences.h>
