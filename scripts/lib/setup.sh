@@ -6,7 +6,7 @@
 # The Debian packages the project needs, one group per purpose. Add new dependencies here.
 ZR_PACKAGES=(
   cmake ninja-build g++ make pkg-config             # the build
-  libicu-dev libssl-dev libfontconfig-dev            # the host layer's libraries
+  libicu-dev libssl-dev libfontconfig-dev libpugixml-dev  # the host layer's libraries
   fontconfig fonts-dejavu-core                       # a font, so that fontconfig has an answer
   libgtest-dev libgmock-dev                          # tests
   libbenchmark-dev libglib2.0-dev                    # benchmarks, and GLib as their baseline
@@ -85,6 +85,6 @@ zr_ensure_packages() {
 
 # Runs a command after echoing it, so that the log shows what ran.
 zr_run() {
-  echo "+ $*"
+  echo "+ $*" >&2
   "$@"
 }
