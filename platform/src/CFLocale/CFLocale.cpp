@@ -1,0 +1,116 @@
+// CFLocale.cpp: locale objects: the current locale from the user's settings, locales made from
+// identifiers, the system locale, and the user's preferred languages as an array.
+#include <CoreFoundation/CFLocale.h>
+#include <CoreFoundation/CFPreferences.h>
+
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "CFLocale/LocaleImpl.h"
+#include "CFLocale/Languages.h"
+#include "CFString/StringImpl.h"
+
+namespace {
+
+// CFLocaleGetIdentifier lends its string; a locale holds only its ICU identifier, so each
+// distinct identifier is kept once, for the life of the process, as a constant string. A
+// process meets a handful of identifiers.
+CFStringRef InternedIdentifier(const std::string& identifier) {
+  static std::mutex mutex;
+  static auto* table = new std::unordered_map<std::string, CFStringRef>();
+  std::lock_guard<std::mutex> lock(mutex);
+  auto found = table->find(identifier);
+  if (found != table->end()) return found->second;
+  std::u16string chars;
+  if (!zrp::DecodeUTF8(identifier.data(), identifier.size(), &chars)) chars.clear();
+  // Like a literal, the interned text is part of the program and bypasses the allocation seam.
+  auto* string = new __CFString(std::move(chars), false);
+  string->makeImmortal();
+  table->emplace(identifier, string);
+  return string;
+}
+
+// The "AppleLocale" preference, when it holds a non-empty string.
+std::string LocaleOfPreferences() {
+  std::string identifier;
+  CFPropertyListRef value = CFPreferencesCopyAppValue(CFSTR("AppleLocale"), kCFPreferencesCurrentApplication);
+  if (value) {
+    if (CFGetTypeID(value) == CFStringGetTypeID()) identifier = zrp::ToUTF8(static_cast<CFStringRef>(value));
+    CFRelease(value);
+  }
+  return identifier;
+}
+
+}  // namespace
+
+extern "C" {
+
+CFTypeID CFLocaleGetTypeID(void) { return zrp::kTypeIDLocale; }
+
+CFLocaleRef CFLocaleGetSystem(void) {
+  static CFLocaleRef system = [] {
+    auto* locale = new __CFLocale(std::string());
+    locale->makeImmortal();
+    return locale;
+  }();
+  return system;
+}
+
+CFLocaleRef CFLocaleCopyCurrent(void) {
+  std::string identifier = LocaleOfPreferences();
+  identifier = identifier.empty() ? zrp::EnvironmentLocale() : zrp::CanonicalLocaleIdentifier(identifier);
+  return zrp::New<__CFLocale>(std::move(identifier));
+}
+
+CFLocaleRef CFLocaleCreate(CFAllocatorRef, CFLocaleIdentifier localeIdentifier) {
+  if (!localeIdentifier) return nullptr;
+  return zrp::New<__CFLocale>(zrp::CanonicalLocaleIdentifier(zrp::ToUTF8(localeIdentifier)));
+}
+
+CFLocaleRef CFLocaleCreateCopy(CFAllocatorRef, CFLocaleRef locale) {
+  if (!locale) return nullptr;
+  // Locales never change, so a copy is the same object.
+  return static_cast<CFLocaleRef>(CFRetain(locale));
+}
+
+CFLocaleIdentifier CFLocaleGetIdentifier(CFLocaleRef locale) {
+  if (!locale) return nullptr;
+  return InternedIdentifier(locale->identifier);
+}
+
+CFLocaleIdentifier CFLocaleCreateCanonicalLocaleIdentifierFromString(CFAllocatorRef, CFStringRef localeIdentifier) {
+  if (!localeIdentifier) return nullptr;
+  std::string canonical = zrp::CanonicalLocaleIdentifier(zrp::ToUTF8(localeIdentifier));
+  return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(canonical.data()),
+                                 static_cast<CFIndex>(canonical.size()), kCFStringEncodingUTF8, false);
+}
+
+CFLocaleIdentifier CFLocaleCreateCanonicalLanguageIdentifierFromString(CFAllocatorRef, CFStringRef localeIdentifier) {
+  if (!localeIdentifier) return nullptr;
+  std::string canonical = zrp::CanonicalLanguageIdentifier(zrp::ToUTF8(localeIdentifier));
+  return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(canonical.data()),
+                                 static_cast<CFIndex>(canonical.size()), kCFStringEncodingUTF8, false);
+}
+
+CFArrayRef CFLocaleCopyPreferredLanguages(void) {
+  std::vector<CFTypeRef> strings;
+  bool complete = true;
+  for (const std::string& language : zrp::PreferredLanguages()) {
+    CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(language.data()),
+                                                 static_cast<CFIndex>(language.size()), kCFStringEncodingUTF8, false);
+    if (!string) {
+      complete = false;
+      break;
+    }
+    strings.push_back(string);
+  }
+  CFArrayRef array = complete ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()),
+                                              &kCFTypeArrayCallBacks)
+                              : nullptr;
+  for (CFTypeRef string : strings) CFRelease(string);
+  return array;
+}
+
+}  // extern "C"
