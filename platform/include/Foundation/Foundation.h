@@ -4,3 +4,5 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <Foundation/NSObjCRuntime.h>
 #include <Foundation/NSAutoreleasePool.h>
+#include <Foundation/NSData.h>
+#include <Foundation/NSString.h>
