@@ -1,0 +1,135 @@
+// ZRBase32.cpp: Base32 over plain C buffers (the RFC 4648 alphabet and bit layout, never
+// padded). The NSData category has its own tables and loop; these two functions report by
+// status only and never log.
+#include <ZRFramework/ZRFramework.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+const char canonicalChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
+
+// Indexed by the character code minus 50 (the digit 2), up to 122 (small z); -1 is invalid.
+const SInt32 charDigits[] = {
+    26, 27, 28, 29, 30, 31, -1, -1, -1, -1, -1, -1, -1, -1, -1,  // 2-7, 8 9 : ; < = > ? @
+    0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,  // A-Z
+    -1, -1, -1, -1, -1, -1,  // [ \ ] ^ _ `
+    0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};  // a-z
+static_assert(sizeof(charDigits) / sizeof(charDigits[0]) == 73);
+
+constexpr int kFirstTableChar = 50;
+
+// The value of one character, or -1. The character is taken as a signed byte, so every code
+// at or above 128 is negative and invalid; codes 123 to 127 lie above the table and are
+// invalid too.
+inline SInt32 DigitOf(char character) {
+  int code = static_cast<signed char>(character) - kFirstTableChar;
+  if (code < 0 || code >= static_cast<int>(sizeof(charDigits) / sizeof(charDigits[0]))) return -1;
+  return charDigits[code];
+}
+
+// Writes the characters of one group of 1 to 5 bytes (missing bytes count as 0): 8 for a
+// full group, 2, 4, 5 or 7 for a final one. Returns the number written.
+inline size_t EncodeGroup(const UInt8* in, size_t count, char* out) {
+  UInt8 b[5] = {0, 0, 0, 0, 0};
+  std::memcpy(b, in, count);
+  char c[8];
+  c[0] = canonicalChars[b[0] >> 3];
+  c[1] = canonicalChars[((b[0] & 7) << 2) | (b[1] >> 6)];
+  c[2] = canonicalChars[(b[1] >> 1) & 31];
+  c[3] = canonicalChars[((b[1] & 1) << 4) | (b[2] >> 4)];
+  c[4] = canonicalChars[((b[2] & 15) << 1) | (b[3] >> 7)];
+  c[5] = canonicalChars[(b[3] >> 2) & 31];
+  c[6] = canonicalChars[((b[3] & 3) << 3) | (b[4] >> 5)];
+  c[7] = canonicalChars[b[4] & 31];
+  static const size_t kCharsOfBytes[6] = {0, 2, 4, 5, 7, 8};
+  size_t written = kCharsOfBytes[count];
+  std::memcpy(out, c, written);
+  return written;
+}
+
+// Stores the bytes that the first `valid` values of a group complete: b0 needs 2 values, b1
+// 4, b2 5, b3 7 and b4 all 8.
+inline void StoreBytes(const SInt32* d, size_t valid, UInt8* out) {
+  if (valid >= 2) out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
+  if (valid >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+  if (valid >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+  if (valid >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
+  if (valid >= 8) out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
+}
+
+// The low bits of the last value of a final group of 2, 4, 5 or 7 characters that no byte
+// takes; they must be zero.
+inline SInt32 LeftoverBits(const SInt32* d, size_t count) {
+  switch (count) {
+    case 2:
+      return d[1] & 3;
+    case 4:
+      return d[3] & 15;
+    case 5:
+      return d[4] & 1;
+    default:
+      return d[6] & 7;
+  }
+}
+
+}  // namespace
+
+OSStatus ZRCopyBase32BufferOfBuffer(const void* inBuffer, UInt32 inLength, char** outBase32Buffer) {
+  // The encoded length is a signed 32-bit count: empty input gives 0 and is refused, and so is
+  // input whose text would not fit such a count.
+  int64_t encodedLength = (8 * static_cast<int64_t>(inLength) + 4) / 5;
+  if (encodedLength <= 0 || encodedLength > INT32_MAX - 1) return unknownErr;
+
+  *outBase32Buffer = static_cast<char*>(malloc(static_cast<size_t>(encodedLength) + 1));
+  if (!*outBase32Buffer) return unknownErr;
+
+  const UInt8* in = static_cast<const UInt8*>(inBuffer);
+  char* out = *outBase32Buffer;
+  size_t remaining = inLength;
+  while (remaining >= 5) {
+    out += EncodeGroup(in, 5, out);
+    in += 5;
+    remaining -= 5;
+  }
+  if (remaining > 0) out += EncodeGroup(in, remaining, out);
+  *out = '\0';
+  return noErr;
+}
+
+OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void** outBuffer) {
+  size_t textLength = strlen(inBase32Buffer);
+  size_t lastGroup = textLength % 8;
+  // No whole number of bytes gives a text of such a length.
+  if (lastGroup == 1 || lastGroup == 3 || lastGroup == 6) return unknownErr;
+  size_t byteCount = (5 * textLength) / 8;
+  if (byteCount == 0) return unknownErr;
+
+  *outBuffer = malloc(byteCount);
+  if (!*outBuffer) return unknownErr;
+
+  const char* in = inBase32Buffer;
+  UInt8* out = static_cast<UInt8*>(*outBuffer);
+  size_t remaining = textLength;
+  while (remaining > 0) {
+    size_t count = remaining < 8 ? remaining : 8;
+    SInt32 d[8];
+    for (size_t i = 0; i < count; ++i) {
+      d[i] = DigitOf(in[i]);
+      // An invalid character ends the decoding quietly: the bytes before it stay, the rest of
+      // the block is left as it was allocated.
+      if (d[i] < 0) {
+        StoreBytes(d, i, out);
+        return noErr;
+      }
+    }
+    StoreBytes(d, count, out);
+    if (count < 8 && LeftoverBits(d, count) != 0) return unknownErr;
+    in += count;
+    out += 5;
+    remaining -= count;
+  }
+  return noErr;
+}

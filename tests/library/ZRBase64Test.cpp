@@ -1,0 +1,195 @@
+// ZRBase64Test.cpp: the NSData category's Base64 methods: test vectors, one-line output,
+// decoding of every byte value, round trips and allocation failures.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "TestSupport.h"
+
+namespace {
+
+using zrtest::Utf8;
+
+std::string Bytes(NSData* data) {
+  return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data));
+}
+
+NSString* AutoreleasedString(const std::string& utf8) {
+  CFStringRef string = zrtest::MakeString(utf8);
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
+NSData* AutoreleasedData(const std::string& bytes) { return ns::dataWithBytes(bytes.data(), bytes.size()); }
+
+std::string RandomBytes(size_t length, std::mt19937* generator) {
+  std::uniform_int_distribution<int> byte(0, 255);
+  std::string bytes(length, '\0');
+  for (char& c : bytes) c = static_cast<char>(byte(*generator));
+  return bytes;
+}
+
+const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// RFC 4648 section 10.
+const struct {
+  const char* bytes;
+  const char* text;
+} kVectors[] = {{"", ""},         {"f", "Zg=="},         {"fo", "Zm8="},        {"foo", "Zm9v"},
+                {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+
+class Base64Test : public ::testing::Test {
+ protected:
+  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
+  void TearDown() override {
+    pool_.drain();
+    ZRTestingFailAllocation(0);
+    EXPECT_TRUE(log_.lines().empty());
+    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+  }
+
+  zrtest::LogCapture log_;
+  NSAutoreleasePool pool_;
+  long liveObjects_ = 0;
+};
+
+TEST_F(Base64Test, EncodesTheVectors) {
+  for (const auto& vector : kVectors) {
+    NSString* text = ZR::base64String(AutoreleasedData(vector.bytes));
+    ASSERT_NE(text, nil) << vector.bytes;
+    EXPECT_EQ(Utf8(text), vector.text);
+  }
+}
+
+TEST_F(Base64Test, WritesOneLineWithNoNewline) {
+  std::mt19937 generator(100);
+  NSString* text = ZR::base64String(AutoreleasedData(RandomBytes(100, &generator)));
+  ASSERT_NE(text, nil);
+  std::string characters = Utf8(text);
+  EXPECT_EQ(characters.size(), 136u);
+  EXPECT_EQ(characters.find('\n'), std::string::npos);
+  EXPECT_EQ(characters.find('\r'), std::string::npos);
+  // Far beyond the 64 characters after which the filter would otherwise break the line.
+  std::string long_text = Utf8(ZR::base64String(AutoreleasedData(RandomBytes(10000, &generator))));
+  EXPECT_EQ(long_text.size(), 13336u);
+  EXPECT_EQ(long_text.find_first_not_of(std::string(kAlphabet) + "="), std::string::npos);
+}
+
+TEST_F(Base64Test, EncodingLeavesTheReceiverAlone) {
+  NSData* data = AutoreleasedData("foobar");
+  ZR::base64String(data);
+  EXPECT_EQ(Bytes(data), "foobar");
+}
+
+TEST_F(Base64Test, DecodesTheVectors) {
+  for (const auto& vector : kVectors) {
+    NSData* data = ZR::dataWithBase64String(AutoreleasedString(vector.text));
+    ASSERT_NE(data, nil) << vector.text;
+    EXPECT_EQ(Bytes(data), vector.bytes) << vector.text;
+  }
+}
+
+TEST_F(Base64Test, DecodesTheEmptyStringAsEmptyData) {
+  NSData* data = ZR::dataWithBase64String(AutoreleasedString(""));
+  ASSERT_NE(data, nil);
+  EXPECT_EQ(ns::length(data), 0u);
+}
+
+TEST_F(Base64Test, TextWithoutAnAsciiFormDecodesToEmptyData) {
+  for (const char* text : {"Zm9v\xc3\xa9", "\xe2\x82\xac", "Zm9vYmFy\xf0\x9f\x98\x80"}) {
+    NSData* data = ZR::dataWithBase64String(AutoreleasedString(text));
+    ASSERT_NE(data, nil) << text;
+    EXPECT_EQ(ns::length(data), 0u) << text;
+  }
+  NSData* data = ZR::dataWithBase64String(nil);
+  ASSERT_NE(data, nil);
+  EXPECT_EQ(ns::length(data), 0u);
+}
+
+TEST_F(Base64Test, DecodesEveryByteValue) {
+  // "QUJD" is ABC and "QUJ" followed by a character c gives AB and 0x40 | value(c).
+  for (int v = 1; v < 256; ++v) {
+    std::string text = std::string("QUJDQUJ") + static_cast<char>(v);
+    NSData* data;
+    if (v < 128) {
+      data = ZR::dataWithBase64String(AutoreleasedString(text));
+    } else {
+      CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()), 8,
+                                                   kCFStringEncodingISOLatin1, false);
+      data = ZR::dataWithBase64String(const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string))));
+    }
+    ASSERT_NE(data, nil) << v;
+    std::string bytes = Bytes(data);
+    const char* digit = v < 128 ? std::strchr(kAlphabet, v) : nullptr;
+    if (digit) {
+      EXPECT_EQ(bytes, std::string("ABCAB") + static_cast<char>(0x40 | (digit - kAlphabet))) << v;
+    } else if (v == '=') {
+      EXPECT_EQ(bytes, "ABCAB");
+    } else {
+      // Not Base64: whatever comes out is no more than what the valid characters before it give.
+      EXPECT_LT(bytes.size(), 6u) << v;
+      EXPECT_EQ(bytes, std::string("ABCAB").substr(0, bytes.size())) << v;
+    }
+  }
+}
+
+TEST_F(Base64Test, RoundTripsEveryLength) {
+  std::mt19937 generator(64);
+  for (size_t n = 0; n <= 1024; ++n) {
+    NSAutoreleasePool pool;
+    std::string bytes = RandomBytes(n, &generator);
+    NSString* text = ZR::base64String(AutoreleasedData(bytes));
+    ASSERT_NE(text, nil) << n;
+    ASSERT_EQ(static_cast<size_t>(CFStringGetLength(text)), (n + 2) / 3 * 4) << n;
+    NSData* decoded = ZR::dataWithBase64String(text);
+    ASSERT_NE(decoded, nil) << n;
+    ASSERT_EQ(Bytes(decoded), bytes) << n;
+  }
+}
+
+// Many blocks of 512 bytes through the decoder's read loop.
+TEST_F(Base64Test, RoundTripsALargeBuffer) {
+  std::mt19937 generator(1);
+  std::string bytes = RandomBytes(3 << 20, &generator);
+  NSString* text = ZR::base64String(AutoreleasedData(bytes));
+  ASSERT_NE(text, nil);
+  NSData* decoded = ZR::dataWithBase64String(text);
+  ASSERT_NE(decoded, nil);
+  EXPECT_TRUE(Bytes(decoded) == bytes);
+}
+
+TEST_F(Base64Test, EncoderGivesNilWhenTheStringCannotBeMade) {
+  NSData* data = AutoreleasedData("foobar");
+  ZRTestingFailAllocation(1);
+  EXPECT_EQ(ZR::base64String(data), nil);
+  EXPECT_FALSE(ZRTestingFailurePending());
+}
+
+TEST_F(Base64Test, DecoderGivesNilOnlyWhenItsDataObjectCannotBeMade) {
+  NSString* text = AutoreleasedString("Zm9vYmFy");
+  bool succeeded = false;
+  for (long n = 1; !succeeded && n < 20; ++n) {
+    NSAutoreleasePool pool;
+    ZRTestingFailAllocation(n);
+    NSData* data = ZR::dataWithBase64String(text);
+    bool failed = !ZRTestingFailurePending();
+    ZRTestingFailAllocation(0);
+    if (n == 1) {
+      // The result object is the first thing made.
+      EXPECT_TRUE(failed);
+      EXPECT_EQ(data, nil);
+    } else if (failed) {
+      // The ASCII form could not be had: the text decodes to nothing.
+      ASSERT_NE(data, nil) << n;
+      EXPECT_EQ(ns::length(data), 0u) << n;
+    } else {
+      succeeded = true;
+      ASSERT_NE(data, nil);
+      EXPECT_EQ(Bytes(data), "foobar");
+    }
+  }
+  EXPECT_TRUE(succeeded);
+}
+
+}  // namespace
