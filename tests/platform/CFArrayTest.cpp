@@ -51,14 +51,17 @@ const void* RetainCounted(CFAllocatorRef allocator, const void* value) {
   ++const_cast<Counted*>(static_cast<const Counted*>(value))->retains;
   return value;
 }
-void ReleaseCounted(CFAllocatorRef, const void* value) { ++const_cast<Counted*>(static_cast<const Counted*>(value))->releases; }
+void ReleaseCounted(CFAllocatorRef, const void* value) {
+  ++const_cast<Counted*>(static_cast<const Counted*>(value))->releases;
+}
 Boolean EqualCounted(const void* a, const void* b) {
   return static_cast<const Counted*>(a)->key == static_cast<const Counted*>(b)->key;
 }
 CFStringRef DescribeCounted(const void* value) {
   std::string text = "#" + std::to_string(static_cast<const Counted*>(value)->key);
   std::u16string chars(text.begin(), text.end());
-  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()), static_cast<CFIndex>(chars.size()));
+  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()),
+                                      static_cast<CFIndex>(chars.size()));
 }
 
 const CFArrayCallBacks kCountedCallBacks = {0, RetainCounted, ReleaseCounted, DescribeCounted, EqualCounted};
@@ -214,7 +217,8 @@ TEST_F(CFArrayTest, GetValuesAndApplyFunction) {
 
   std::vector<int> seen;
   CFArrayApplyFunction(
-      array, CFRangeMake(2, 3), [](const void* value, void* context) { static_cast<std::vector<int>*>(context)->push_back(IntOf(value)); },
+      array, CFRangeMake(2, 3),
+      [](const void* value, void* context) { static_cast<std::vector<int>*>(context)->push_back(IntOf(value)); },
       &seen);
   EXPECT_EQ(seen, (std::vector<int>{20, 30, 40}));
   CFRelease(array);
@@ -390,10 +394,11 @@ TEST_F(CFArrayTest, MutatingAnImmutableArrayPrintsAndDoesNothing) {
   std::string messages = testing::internal::GetCapturedStderr();
   EXPECT_EQ(CFArrayGetCount(array), 2);
   EXPECT_EQ(CFGetRetainCount(one), 3);
-  for (const char* function : {"CFArrayAppendValue", "CFArrayInsertValueAtIndex", "CFArraySetValueAtIndex",
-                               "CFArrayRemoveValueAtIndex", "CFArrayRemoveAllValues", "CFArrayExchangeValuesAtIndices",
-                               "CFArrayAppendArray", "CFArraySortValues"})
-    EXPECT_NE(messages.find(std::string(function) + ": attempt to mutate immutable array"), std::string::npos) << function;
+  for (const char* function :
+       {"CFArrayAppendValue", "CFArrayInsertValueAtIndex", "CFArraySetValueAtIndex", "CFArrayRemoveValueAtIndex",
+        "CFArrayRemoveAllValues", "CFArrayExchangeValuesAtIndices", "CFArrayAppendArray", "CFArraySortValues"})
+    EXPECT_NE(messages.find(std::string(function) + ": attempt to mutate immutable array"), std::string::npos)
+        << function;
   CFRelease(array);
   CFRelease(one);
 }
@@ -415,9 +420,9 @@ TEST_F(CFArrayTest, EqualityIsElementWise) {
   EXPECT_EQ(CFHash(first), CFHash(second));
   EXPECT_FALSE(CFEqual(first, reversed));
   EXPECT_FALSE(CFEqual(first, shorter));
-  for (CFTypeRef object : {static_cast<CFTypeRef>(first), static_cast<CFTypeRef>(second), static_cast<CFTypeRef>(reversed),
-                           static_cast<CFTypeRef>(shorter), static_cast<CFTypeRef>(one), static_cast<CFTypeRef>(otherOne),
-                           static_cast<CFTypeRef>(two)})
+  for (CFTypeRef object : {static_cast<CFTypeRef>(first), static_cast<CFTypeRef>(second),
+                           static_cast<CFTypeRef>(reversed), static_cast<CFTypeRef>(shorter),
+                           static_cast<CFTypeRef>(one), static_cast<CFTypeRef>(otherOne), static_cast<CFTypeRef>(two)})
     CFRelease(object);
 }
 
@@ -430,8 +435,16 @@ TEST_F(CFArrayTest, DescriptionLikeNSArray) {
   CFNumberRef twoAndAHalf = CFNumberCreate(nullptr, kCFNumberDoubleType, &half);
   const void* inner[] = {one, CFSTR("x")};
   CFArrayRef nested = CFArrayCreate(nullptr, inner, 2, &kCFTypeArrayCallBacks);
-  const void* outer[] = {one, twoAndAHalf, CFSTR("plain_word.txt"), CFSTR("two words"), CFSTR(""), CFSTR("quote\" \\ \n"),
-                         CFSTR("caf\xC3\xA9"), kCFBooleanTrue, nested, empty};
+  const void* outer[] = {one,
+                         twoAndAHalf,
+                         CFSTR("plain_word.txt"),
+                         CFSTR("two words"),
+                         CFSTR(""),
+                         CFSTR("quote\" \\ \n"),
+                         CFSTR("caf\xC3\xA9"),
+                         kCFBooleanTrue,
+                         nested,
+                         empty};
   CFArrayRef array = CFArrayCreate(nullptr, outer, 10, &kCFTypeArrayCallBacks);
   EXPECT_EQ(Description(array),
             "(\n"

@@ -13,7 +13,8 @@ std::string Description(CFTypeRef object) {
   CFStringRef text = CFCopyDescription(object);
   if (!text) return "<NULL>";
   std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
+  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
+    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
   CFRelease(text);
   return out;
 }
@@ -227,7 +228,8 @@ TEST_F(CFDataTest, DescriptionGroupsFourBytes) {
   struct {
     CFIndex length;
     const char* text;
-  } cases[] = {{0, "<>"}, {1, "<00>"}, {3, "<00abff>"}, {4, "<00abff10>"}, {5, "<00abff10 7f>"}, {9, "<00abff10 7f800102 03>"}};
+  } cases[] = {{0, "<>"},         {1, "<00>"},          {3, "<00abff>"},
+               {4, "<00abff10>"}, {5, "<00abff10 7f>"}, {9, "<00abff10 7f800102 03>"}};
   for (const auto& c : cases) {
     CFDataRef data = CFDataCreate(nullptr, bytes, c.length);
     EXPECT_EQ(Description(data), c.text);

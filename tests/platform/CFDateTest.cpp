@@ -3,7 +3,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
-
 #include <sys/time.h>
 
 #include <cmath>
@@ -16,7 +15,8 @@ std::string Description(CFTypeRef object) {
   CFStringRef text = CFCopyDescription(object);
   if (!text) return "<NULL>";
   std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
+  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
+    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
   CFRelease(text);
   return out;
 }

@@ -32,7 +32,8 @@ std::string Description(CFTypeRef object) {
 
 CFStringRef String(const std::string& ascii) {
   std::u16string chars(ascii.begin(), ascii.end());
-  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()), static_cast<CFIndex>(chars.size()));
+  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()),
+                                      static_cast<CFIndex>(chars.size()));
 }
 
 CFNumberRef Number(int value) { return CFNumberCreate(nullptr, kCFNumberIntType, &value); }
@@ -229,7 +230,9 @@ const void* RetainKey(CFAllocatorRef, const void* key) {
   return key;
 }
 void ReleaseKey(CFAllocatorRef, const void* key) { ++const_cast<Key*>(static_cast<const Key*>(key))->releases; }
-Boolean EqualKeys(const void* a, const void* b) { return static_cast<const Key*>(a)->value == static_cast<const Key*>(b)->value; }
+Boolean EqualKeys(const void* a, const void* b) {
+  return static_cast<const Key*>(a)->value == static_cast<const Key*>(b)->value;
+}
 CFHashCode HashKey(const void* key) { return static_cast<CFHashCode>(static_cast<const Key*>(key)->value % 4); }
 CFStringRef DescribeKey(const void* key) {
   std::string text = "k" + std::to_string(static_cast<const Key*>(key)->value);
@@ -241,7 +244,8 @@ TEST_F(CFDictionaryTest, CustomKeyCallbacksWithCollidingHashes) {
   std::vector<Key> keys(64);
   for (int i = 0; i < 64; ++i) keys[static_cast<size_t>(i)].value = i;
   CFMutableDictionaryRef dict = CFDictionaryCreateMutable(nullptr, 0, &kKeyCallBacks, nullptr);
-  for (Key& key : keys) CFDictionarySetValue(dict, &key, reinterpret_cast<const void*>(static_cast<intptr_t>(key.value * 10)));
+  for (Key& key : keys)
+    CFDictionarySetValue(dict, &key, reinterpret_cast<const void*>(static_cast<intptr_t>(key.value * 10)));
   EXPECT_EQ(CFDictionaryGetCount(dict), 64);
   for (int i = 0; i < 64; ++i) {
     Key probe{i};
@@ -480,7 +484,8 @@ TEST_F(CFDictionaryTest, FailedAllocationReturnsNullAndRetainsNothing) {
     CFTypeRef made = nullptr;
     switch (i) {
       case 0:
-        made = CFDictionaryCreate(nullptr, keys, values, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+        made = CFDictionaryCreate(nullptr, keys, values, 1, &kCFTypeDictionaryKeyCallBacks,
+                                  &kCFTypeDictionaryValueCallBacks);
         break;
       case 1:
         made = CFDictionaryCreateCopy(nullptr, dict);

@@ -18,7 +18,8 @@ std::string Description(CFTypeRef object) {
   CFStringRef text = CFCopyDescription(object);
   if (!text) return "<NULL>";
   std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
+  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
+    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
   CFRelease(text);
   return out;
 }
@@ -44,13 +45,13 @@ struct TypeCase {
 };
 
 const TypeCase kTypes[] = {
-    {kCFNumberSInt8Type, kCFNumberSInt8Type, 1, false},    {kCFNumberSInt16Type, kCFNumberSInt16Type, 2, false},
-    {kCFNumberSInt32Type, kCFNumberSInt32Type, 4, false},  {kCFNumberSInt64Type, kCFNumberSInt64Type, 8, false},
-    {kCFNumberFloat32Type, kCFNumberFloat32Type, 4, true}, {kCFNumberFloat64Type, kCFNumberFloat64Type, 8, true},
-    {kCFNumberCharType, kCFNumberSInt8Type, 1, false},     {kCFNumberShortType, kCFNumberSInt16Type, 2, false},
-    {kCFNumberIntType, kCFNumberSInt32Type, 4, false},     {kCFNumberLongType, kCFNumberSInt64Type, 8, false},
-    {kCFNumberLongLongType, kCFNumberSInt64Type, 8, false}, {kCFNumberFloatType, kCFNumberFloat32Type, 4, true},
-    {kCFNumberDoubleType, kCFNumberFloat64Type, 8, true},  {kCFNumberCFIndexType, kCFNumberSInt64Type, 8, false},
+    {kCFNumberSInt8Type, kCFNumberSInt8Type, 1, false},      {kCFNumberSInt16Type, kCFNumberSInt16Type, 2, false},
+    {kCFNumberSInt32Type, kCFNumberSInt32Type, 4, false},    {kCFNumberSInt64Type, kCFNumberSInt64Type, 8, false},
+    {kCFNumberFloat32Type, kCFNumberFloat32Type, 4, true},   {kCFNumberFloat64Type, kCFNumberFloat64Type, 8, true},
+    {kCFNumberCharType, kCFNumberSInt8Type, 1, false},       {kCFNumberShortType, kCFNumberSInt16Type, 2, false},
+    {kCFNumberIntType, kCFNumberSInt32Type, 4, false},       {kCFNumberLongType, kCFNumberSInt64Type, 8, false},
+    {kCFNumberLongLongType, kCFNumberSInt64Type, 8, false},  {kCFNumberFloatType, kCFNumberFloat32Type, 4, true},
+    {kCFNumberDoubleType, kCFNumberFloat64Type, 8, true},    {kCFNumberCFIndexType, kCFNumberSInt64Type, 8, false},
     {kCFNumberNSIntegerType, kCFNumberSInt64Type, 8, false}, {kCFNumberCGFloatType, kCFNumberFloat64Type, 8, true},
 };
 

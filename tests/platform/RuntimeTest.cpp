@@ -125,13 +125,14 @@ TEST(Runtime, TypeIdentifiersAreDistinctAndStable) {
   EXPECT_EQ(CFGetTypeID(kCFBooleanFalse), CFBooleanGetTypeID());
   EXPECT_EQ(CFGetTypeID(kCFNull), CFNullGetTypeID());
 
-  std::set<CFTypeID> ids = {CFNumberGetTypeID(), CFDataGetTypeID(),    CFArrayGetTypeID(),   CFDictionaryGetTypeID(),
-                            CFDateGetTypeID(),   CFStringGetTypeID(),  CFBooleanGetTypeID(), CFNullGetTypeID()};
+  std::set<CFTypeID> ids = {CFNumberGetTypeID(), CFDataGetTypeID(),   CFArrayGetTypeID(),   CFDictionaryGetTypeID(),
+                            CFDateGetTypeID(),   CFStringGetTypeID(), CFBooleanGetTypeID(), CFNullGetTypeID()};
   EXPECT_EQ(ids.size(), 8u);
 
-  for (CFTypeRef object : {static_cast<CFTypeRef>(number), static_cast<CFTypeRef>(data), static_cast<CFTypeRef>(mutableData),
-                           static_cast<CFTypeRef>(array), static_cast<CFTypeRef>(dict), static_cast<CFTypeRef>(date),
-                           static_cast<CFTypeRef>(mutableString)})
+  for (CFTypeRef object :
+       {static_cast<CFTypeRef>(number), static_cast<CFTypeRef>(data), static_cast<CFTypeRef>(mutableData),
+        static_cast<CFTypeRef>(array), static_cast<CFTypeRef>(dict), static_cast<CFTypeRef>(date),
+        static_cast<CFTypeRef>(mutableString)})
     CFRelease(object);
 }
 

@@ -23,7 +23,10 @@ extern "C" const CFArrayCallBacks kCFTypeArrayCallBacks = {0, RetainObject, Rele
 
 struct __CFArray final : zrp::Collection {
   __CFArray(CFAllocatorRef allocatorRef, const CFArrayCallBacks* cb, bool isMutable)
-      : Collection(zrp::kTypeIDArray), allocator(allocatorRef), callbacks(cb ? *cb : CFArrayCallBacks{}), mutable_(isMutable) {}
+      : Collection(zrp::kTypeIDArray),
+        allocator(allocatorRef),
+        callbacks(cb ? *cb : CFArrayCallBacks{}),
+        mutable_(isMutable) {}
   ~__CFArray() override {
     for (const void* value : values) release(value);
   }
@@ -94,7 +97,8 @@ CFIndex Count(CFArrayRef array) { return static_cast<CFIndex>(array->values.size
 }
 
 void CheckRange(const char* function, CFArrayRef array, CFRange range) {
-  if (range.location < 0 || range.length < 0 || range.location > Count(array) || range.length > Count(array) - range.location)
+  if (range.location < 0 || range.length < 0 || range.location > Count(array) ||
+      range.length > Count(array) - range.location)
     HaltOnRange(function, range, array);
 }
 
@@ -120,7 +124,8 @@ extern "C" {
 
 CFTypeID CFArrayGetTypeID(void) { return zrp::kTypeIDArray; }
 
-CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex numValues, const CFArrayCallBacks* callBacks) {
+CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex numValues,
+                         const CFArrayCallBacks* callBacks) {
   if (numValues < 0 || (numValues > 0 && !values)) return nullptr;
   __CFArray* array = MakeArray(allocator, callBacks, false, numValues);
   if (array) AppendRetained(array, values, numValues);
@@ -278,9 +283,8 @@ void CFArraySortValues(CFMutableArrayRef theArray, CFRange range, CFComparatorFu
   CheckRange("CFArraySortValues", array, range);
   // A merge sort: equal elements keep their order, as on the platform.
   auto first = array->values.begin() + range.location;
-  std::stable_sort(first, first + range.length, [&](const void* a, const void* b) {
-    return comparator(a, b, context) < 0;
-  });
+  std::stable_sort(first, first + range.length,
+                   [&](const void* a, const void* b) { return comparator(a, b, context) < 0; });
 }
 
 }  // extern "C"

@@ -15,7 +15,8 @@
 #include "runtime/Object.h"
 
 struct __CFData final : zrp::Object {
-  __CFData(std::vector<UInt8> content, bool isMutable) : Object(zrp::kTypeIDData), bytes(std::move(content)), mutable_(isMutable) {
+  __CFData(std::vector<UInt8> content, bool isMutable)
+      : Object(zrp::kTypeIDData), bytes(std::move(content)), mutable_(isMutable) {
     // An empty buffer still owns storage, so that its byte pointer is never NULL, as on the
     // platform (callers pass it on to functions that reject NULL even for zero bytes).
     if (bytes.capacity() == 0) bytes.reserve(1);
@@ -69,8 +70,7 @@ __CFData* Mutable(CFMutableDataRef data, const char* function) {
 }
 
 bool IsRangeValid(CFDataRef data, CFRange range) {
-  return range.location >= 0 && range.length >= 0 &&
-         static_cast<size_t>(range.location) <= data->bytes.size() &&
+  return range.location >= 0 && range.length >= 0 && static_cast<size_t>(range.location) <= data->bytes.size() &&
          static_cast<size_t>(range.length) <= data->bytes.size() - static_cast<size_t>(range.location);
 }
 

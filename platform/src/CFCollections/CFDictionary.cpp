@@ -32,10 +32,10 @@ const void* CopyStringKey(CFAllocatorRef allocator, const void* value) {
 }  // namespace
 
 extern "C" {
-const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0, RetainObject, ReleaseObject, CFCopyDescription, CFEqual,
-                                                                CFHash};
-const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {0,       CopyStringKey, ReleaseObject, CFCopyDescription,
-                                                                      CFEqual, CFHash};
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0,       RetainObject, ReleaseObject, CFCopyDescription,
+                                                                CFEqual, CFHash};
+const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {
+    0, CopyStringKey, ReleaseObject, CFCopyDescription, CFEqual, CFHash};
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject, CFCopyDescription,
                                                                     CFEqual};
 }
@@ -49,8 +49,8 @@ struct __CFDictionary final : zrp::Collection {
     CFHashCode hash;
   };
 
-  __CFDictionary(CFAllocatorRef allocatorRef, const CFDictionaryKeyCallBacks* keyCB, const CFDictionaryValueCallBacks* valueCB,
-                 bool isMutable)
+  __CFDictionary(CFAllocatorRef allocatorRef, const CFDictionaryKeyCallBacks* keyCB,
+                 const CFDictionaryValueCallBacks* valueCB, bool isMutable)
       : Collection(zrp::kTypeIDDictionary),
         allocator(allocatorRef),
         keyCallbacks(keyCB ? *keyCB : CFDictionaryKeyCallBacks{}),
@@ -72,11 +72,15 @@ struct __CFDictionary final : zrp::Collection {
   CFHashCode hashKey(const void* key) const {
     return keyCallbacks.hash ? keyCallbacks.hash(key) : static_cast<CFHashCode>(reinterpret_cast<uintptr_t>(key));
   }
-  bool sameKey(const void* a, const void* b) const { return a == b || (keyCallbacks.equal && keyCallbacks.equal(a, b)); }
+  bool sameKey(const void* a, const void* b) const {
+    return a == b || (keyCallbacks.equal && keyCallbacks.equal(a, b));
+  }
   bool sameValue(const void* a, const void* b) const {
     return a == b || (valueCallbacks.equal && valueCallbacks.equal(a, b));
   }
-  const void* retainKey(const void* key) const { return keyCallbacks.retain ? keyCallbacks.retain(allocator, key) : key; }
+  const void* retainKey(const void* key) const {
+    return keyCallbacks.retain ? keyCallbacks.retain(allocator, key) : key;
+  }
   const void* retainValue(const void* value) const {
     return valueCallbacks.retain ? valueCallbacks.retain(allocator, value) : value;
   }
@@ -297,7 +301,8 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFInd
   return MakeDictionary(allocator, keyCallBacks, valueCallBacks, true, capacity);
 }
 
-CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity, CFDictionaryRef theDict) {
+CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
+                                                     CFDictionaryRef theDict) {
   if (!theDict) return nullptr;
   __CFDictionary* dict = MakeDictionary(allocator, &theDict->keyCallbacks, &theDict->valueCallbacks, true,
                                         std::max(capacity, static_cast<CFIndex>(theDict->entries.size())));

@@ -44,8 +44,9 @@ CFStringRef __CFDate::copyDescription() const {
   struct tm parts;
   time_t unixTime = static_cast<time_t>(seconds);
   if (std::isfinite(seconds) && std::fabs(seconds) < 6.7e16 && gmtime_r(&unixTime, &parts)) {
-    std::snprintf(text, sizeof text, "%04lld-%02d-%02d %02d:%02d:%02d +0000", static_cast<long long>(parts.tm_year) + 1900,
-                  parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    std::snprintf(text, sizeof text, "%04lld-%02d-%02d %02d:%02d:%02d +0000",
+                  static_cast<long long>(parts.tm_year) + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
+                  parts.tm_min, parts.tm_sec);
   } else {
     // Beyond what the calendar functions cover: the absolute time itself.
     std::snprintf(text, sizeof text, "%g", time);

@@ -72,7 +72,9 @@ std::string FormatFloatingPoint(double value, bool single) {
   return out;
 }
 
-CFStringRef CreateASCIIString(const std::string& text) { return zrp::CreateString(std::u16string(text.begin(), text.end())); }
+CFStringRef CreateASCIIString(const std::string& text) {
+  return zrp::CreateString(std::u16string(text.begin(), text.end()));
+}
 
 }  // namespace
 
