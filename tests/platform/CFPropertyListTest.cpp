@@ -447,7 +447,7 @@ TEST_F(CFPropertyListTest, ReadsTextTheWayXMLWritesIt) {
   CFRelease(plist);
 }
 
-TEST_F(CFPropertyListTest, ReadsABareTopLevelObjectAndUTF16Documents) {
+TEST_F(CFPropertyListTest, ReadsABareTopLevelObjectAndOtherEncodings) {
   CFPropertyListRef plist = Read("<string>bare</string>");
   ASSERT_NE(plist, nullptr);
   EXPECT_EQ(zrtest::Utf8(plist), "bare");
@@ -461,6 +461,12 @@ TEST_F(CFPropertyListTest, ReadsABareTopLevelObjectAndUTF16Documents) {
   plist = Read(utf16);
   ASSERT_NE(plist, nullptr);
   EXPECT_EQ(zrtest::Utf8(plist), "wide");
+  CFRelease(plist);
+
+  plist =
+      Read(std::string("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<plist><string>caf\xE9</string></plist>\n"));
+  ASSERT_NE(plist, nullptr);
+  EXPECT_EQ(zrtest::Utf8(plist), "caf\xC3\xA9");
   CFRelease(plist);
 }
 
