@@ -88,8 +88,8 @@ OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals, CF
     case kSizeUnitBytes: {
       CFNumberFormatterSetFormat(formatterRef, CFSTR("###,###,###,###,###,### B"));
       SInt64 bytes = static_cast<SInt64>(inSize);
-      *outStringRef = CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatterRef, kCFNumberLongLongType,
-                                                             &bytes);
+      *outStringRef =
+          CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatterRef, kCFNumberLongLongType, &bytes);
       break;
     }
     case kSizeUnitKilobytes:
@@ -108,8 +108,8 @@ OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals, CF
       CFStringRef pattern = SizePattern(unit, inDecimals);
       // Without a pattern the formatter keeps the locale's own decimal pattern.
       if (pattern) CFNumberFormatterSetFormat(formatterRef, pattern);
-      *outStringRef = CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatterRef, kCFNumberFloat64Type,
-                                                             &value);
+      *outStringRef =
+          CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatterRef, kCFNumberFloat64Type, &value);
       break;
     }
     default:

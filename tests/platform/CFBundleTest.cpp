@@ -234,7 +234,8 @@ class CFBundleTest : public ::testing::Test {
     Write("Foo.app/Contents/Resources/English.lproj/Errors.strings", "\"Disk_Full\" = \"The disk is full.\";\n");
     Write("Foo.app/Contents/Resources/German.lproj/Localizable.strings",
           Utf16WithMark("// Deutsch\n\"Key_Space\" = \"Leertaste\";\n\"Umlaut\" = \"Schlüssel\";\n", true));
-    Write("Foo.app/Contents/Resources/German.lproj/InfoPlist.strings", Utf16WithMark("CFBundleName = \"Fuh\";\n", false));
+    Write("Foo.app/Contents/Resources/German.lproj/InfoPlist.strings",
+          Utf16WithMark("CFBundleName = \"Fuh\";\n", false));
     Write("Foo.app/Contents/Resources/fr.lproj/Localizable.strings",
           Utf16WithMark("\"Key_Space\" = \"Espace\";\n", false));
     Write("Foo.app/Contents/Resources/it.lproj/Localizable.strings", "\"Key_Space\" = \"Spazio\"\n");

@@ -102,6 +102,14 @@ TEST_F(CFLocaleTest, AppleLocalePreferenceWinsOverTheEnvironment) {
   EXPECT_EQ(CurrentIdentifier(), "de_CH");
 }
 
+TEST_F(CFLocaleTest, ChangedAppleLocaleIsSeenWithinASecond) {
+  WriteGlobalPreferences("<key>AppleLocale</key>\n<string>de_CH</string>\n");
+  EXPECT_EQ(CurrentIdentifier(), "de_CH");
+  WriteGlobalPreferences("<key>AppleLocale</key>\n<string>fr_CH</string>\n");
+  usleep(1100 * 1000);
+  EXPECT_EQ(CurrentIdentifier(), "fr_CH");
+}
+
 TEST_F(CFLocaleTest, EachCurrentLocaleIsANewObjectOfTheLocaleType) {
   SetEnvironment({{"LANG", "de_DE.UTF-8"}});
   CFLocaleRef first = CFLocaleCopyCurrent();

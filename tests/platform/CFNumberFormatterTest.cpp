@@ -208,6 +208,36 @@ TEST_F(CFNumberFormatterTest, FormattersAreIndependentCopies) {
   EXPECT_EQ(Utf8(CFNumberFormatterGetFormat(Make("en"))), "#,##0.###");
 }
 
+TEST_F(CFNumberFormatterTest, ReleasedFormattersLeaveNothingToTheNext) {
+  // A formatter released with a pattern must not hand that pattern to a new one.
+  for (int round = 0; round < 3; ++round) {
+    CFNumberFormatterRef patterned =
+        CFNumberFormatterCreate(kCFAllocatorDefault, nullptr, kCFNumberFormatterDecimalStyle);
+    SetFormat(patterned, "#.# KB");
+    EXPECT_EQ(Format(patterned, kCFNumberDoubleType, 1.25), "1.2 KB");
+    CFRelease(patterned);
+    CFNumberFormatterRef plain = CFNumberFormatterCreate(kCFAllocatorDefault, nullptr, kCFNumberFormatterDecimalStyle);
+    EXPECT_EQ(Utf8(CFNumberFormatterGetFormat(plain)), "#,##0.###");
+    EXPECT_EQ(Format(plain, kCFNumberDoubleType, 1.25), "1.25");
+    // Formatters alive at the same time in the same state are separate.
+    CFNumberFormatterRef other = CFNumberFormatterCreate(kCFAllocatorDefault, nullptr, kCFNumberFormatterDecimalStyle);
+    SetFormat(plain, "#.# KB");
+    SetFormat(other, "#.# KB");
+    SetFormat(other, "#.## MB");
+    EXPECT_EQ(Format(plain, kCFNumberDoubleType, 1.25), "1.2 KB");
+    EXPECT_EQ(Format(other, kCFNumberDoubleType, 1.25), "1.25 MB");
+    // Setting the pattern back gives that pattern again.
+    SetFormat(other, "#.# KB");
+    EXPECT_EQ(Format(other, kCFNumberDoubleType, 1.25), "1.2 KB");
+    CFRelease(plain);
+    CFRelease(other);
+  }
+  // The same pattern in another locale keeps that locale's separators.
+  CFNumberFormatterRef german = Make("de_DE");
+  SetFormat(german, "#.# KB");
+  EXPECT_EQ(Format(german, kCFNumberDoubleType, 1.25), "1,2 KB");
+}
+
 TEST_F(CFNumberFormatterTest, ThreadsMakeFormattersAtOnce) {
   const char* identifiers[] = {"en_US", "de_DE", "fr_FR", "en_US"};
   const char* expected[] = {"1,234,567.5", "1.234.567,5", "1\u202f234\u202f567,5", "1,234,567.5"};

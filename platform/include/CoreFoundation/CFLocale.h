@@ -32,10 +32,10 @@ CF_EXPORT CFLocaleIdentifier CFLocaleGetIdentifier(CFLocaleRef locale);
 // The canonical form of a locale identifier ("en-US" and "en_US.UTF-8" give "en_US", the old
 // English names "English", "German" ... give "en", "de" ...). NULL for NULL.
 CF_EXPORT CFLocaleIdentifier CFLocaleCreateCanonicalLocaleIdentifierFromString(CFAllocatorRef allocator,
-                                                                              CFStringRef localeIdentifier);
+                                                                               CFStringRef localeIdentifier);
 // The canonical form of a language identifier, with "-" between its parts ("en_US" gives "en-US").
 CF_EXPORT CFLocaleIdentifier CFLocaleCreateCanonicalLanguageIdentifierFromString(CFAllocatorRef allocator,
-                                                                                CFStringRef localeIdentifier);
+                                                                                 CFStringRef localeIdentifier);
 
 // The user's languages, most preferred first ("de-DE", "de", "en"): the "AppleLanguages"
 // preference when it is set, else the environment (LANGUAGE, LC_ALL, LC_MESSAGES, LANG).

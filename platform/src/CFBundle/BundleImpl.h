@@ -58,7 +58,8 @@ ZRP_TESTABLE std::string BundlePathOfExecutable(const std::string& executablePat
 // "de" or "German"), else one of its bare language, else one of the same language with another
 // region. When no language matches: the development region, else English, else the first one
 // available. Empty when none is available.
-ZRP_TESTABLE std::string ChooseLocalization(const std::vector<std::string>& available, const std::vector<std::string>& languages,
-                               const std::string& developmentRegion);
+ZRP_TESTABLE std::string ChooseLocalization(const std::vector<std::string>& available,
+                                            const std::vector<std::string>& languages,
+                                            const std::string& developmentRegion);
 
 }  // namespace zrp

@@ -130,13 +130,27 @@ class Parser {
       if (AtEnd()) return false;
       c = text_[position_++];
       switch (c) {
-        case u'a': out->push_back(u'\a'); break;
-        case u'b': out->push_back(u'\b'); break;
-        case u'f': out->push_back(u'\f'); break;
-        case u'n': out->push_back(u'\n'); break;
-        case u'r': out->push_back(u'\r'); break;
-        case u't': out->push_back(u'\t'); break;
-        case u'v': out->push_back(u'\v'); break;
+        case u'a':
+          out->push_back(u'\a');
+          break;
+        case u'b':
+          out->push_back(u'\b');
+          break;
+        case u'f':
+          out->push_back(u'\f');
+          break;
+        case u'n':
+          out->push_back(u'\n');
+          break;
+        case u'r':
+          out->push_back(u'\r');
+          break;
+        case u't':
+          out->push_back(u'\t');
+          break;
+        case u'v':
+          out->push_back(u'\v');
+          break;
         case u'U':
         case u'u': {
           // One to four hex digits name one UTF-16 unit; a character beyond the first plane is
@@ -181,7 +195,8 @@ bool LooksLikeXML(std::u16string_view text) {
 
 // A strings table written as a property list: a dictionary whose string values are the texts.
 bool ParsePropertyList(std::string_view bytes, StringsTable* table) {
-  CFDataRef data = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
+  CFDataRef data =
+      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
   if (!data) return false;
   CFPropertyListRef list = CFPropertyListCreateWithData(nullptr, data, kCFPropertyListImmutable, nullptr, nullptr);
   CFRelease(data);

@@ -3,13 +3,15 @@
 #include <CoreFoundation/CFLocale.h>
 #include <CoreFoundation/CFPreferences.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-#include "CFLocale/LocaleImpl.h"
 #include "CFLocale/Languages.h"
+#include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
 
 namespace {
@@ -33,13 +35,49 @@ CFStringRef InternedIdentifier(const std::string& identifier) {
 }
 
 // The "AppleLocale" preference, when it holds a non-empty string.
-std::string LocaleOfPreferences() {
+std::string ReadLocaleOfPreferences() {
   std::string identifier;
   CFPropertyListRef value = CFPreferencesCopyAppValue(CFSTR("AppleLocale"), kCFPreferencesCurrentApplication);
   if (value) {
     if (CFGetTypeID(value) == CFStringGetTypeID()) identifier = zrp::ToUTF8(static_cast<CFStringRef>(value));
     CFRelease(value);
   }
+  return identifier;
+}
+
+// Reading a preference means looking at the preference files, which costs more than all the rest
+// of a size string. The platform documents that the current locale may be cached and does not
+// follow every change of the user's settings at once; here the setting is read again after a
+// second, and at once when the preferences folder changes.
+std::string LocaleOfPreferences() {
+  using Clock = std::chrono::steady_clock;
+  struct Cache {
+    std::string folder;
+    Clock::time_point readAt;
+    std::string identifier;
+    bool valid = false;
+  };
+  static std::mutex mutex;
+  static auto* cache = new Cache();
+  std::string folder;
+  for (const char* variable : {"XDG_CONFIG_HOME", "HOME"}) {
+    const char* value = std::getenv(variable);
+    folder += value ? value : "";
+    folder.push_back('\n');
+  }
+  Clock::time_point now = Clock::now();
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (cache->valid && cache->folder == folder && now - cache->readAt < std::chrono::seconds(1)) {
+      return cache->identifier;
+    }
+  }
+  std::string identifier = ReadLocaleOfPreferences();
+  std::lock_guard<std::mutex> lock(mutex);
+  cache->folder = std::move(folder);
+  cache->readAt = now;
+  cache->identifier = identifier;
+  cache->valid = true;
   return identifier;
 }
 
@@ -106,9 +144,9 @@ CFArrayRef CFLocaleCopyPreferredLanguages(void) {
     }
     strings.push_back(string);
   }
-  CFArrayRef array = complete ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()),
-                                              &kCFTypeArrayCallBacks)
-                              : nullptr;
+  CFArrayRef array =
+      complete ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks)
+               : nullptr;
   for (CFTypeRef string : strings) CFRelease(string);
   return array;
 }

@@ -20,17 +20,15 @@ struct OldName {
   const char* code;
 };
 constexpr OldName kOldNames[] = {
-    {"English", "en"},     {"French", "fr"},     {"German", "de"},        {"Italian", "it"},
-    {"Dutch", "nl"},       {"Swedish", "sv"},    {"Spanish", "es"},       {"Danish", "da"},
-    {"Portuguese", "pt"},  {"Norwegian", "nb"},  {"Hebrew", "he"},        {"Japanese", "ja"},
-    {"Arabic", "ar"},      {"Finnish", "fi"},    {"Greek", "el"},         {"Icelandic", "is"},
-    {"Maltese", "mt"},     {"Turkish", "tr"},    {"Croatian", "hr"},      {"TradChinese", "zh_TW"},
-    {"SimpChinese", "zh_CN"}, {"Urdu", "ur"},    {"Hindi", "hi"},         {"Thai", "th"},
-    {"Korean", "ko"},      {"Lithuanian", "lt"}, {"Polish", "pl"},        {"Hungarian", "hu"},
-    {"Estonian", "et"},    {"Latvian", "lv"},    {"Faroese", "fo"},       {"Farsi", "fa"},
-    {"Russian", "ru"},     {"Czech", "cs"},      {"Slovak", "sk"},        {"Ukrainian", "uk"},
-    {"Romanian", "ro"},    {"Catalan", "ca"},    {"Vietnamese", "vi"},    {"Indonesian", "id"},
-    {"Malay", "ms"},       {"Slovenian", "sl"},  {"Serbian", "sr"},       {"Bulgarian", "bg"},
+    {"English", "en"},        {"French", "fr"},    {"German", "de"},    {"Italian", "it"},    {"Dutch", "nl"},
+    {"Swedish", "sv"},        {"Spanish", "es"},   {"Danish", "da"},    {"Portuguese", "pt"}, {"Norwegian", "nb"},
+    {"Hebrew", "he"},         {"Japanese", "ja"},  {"Arabic", "ar"},    {"Finnish", "fi"},    {"Greek", "el"},
+    {"Icelandic", "is"},      {"Maltese", "mt"},   {"Turkish", "tr"},   {"Croatian", "hr"},   {"TradChinese", "zh_TW"},
+    {"SimpChinese", "zh_CN"}, {"Urdu", "ur"},      {"Hindi", "hi"},     {"Thai", "th"},       {"Korean", "ko"},
+    {"Lithuanian", "lt"},     {"Polish", "pl"},    {"Hungarian", "hu"}, {"Estonian", "et"},   {"Latvian", "lv"},
+    {"Faroese", "fo"},        {"Farsi", "fa"},     {"Russian", "ru"},   {"Czech", "cs"},      {"Slovak", "sk"},
+    {"Ukrainian", "uk"},      {"Romanian", "ro"},  {"Catalan", "ca"},   {"Vietnamese", "vi"}, {"Indonesian", "id"},
+    {"Malay", "ms"},          {"Slovenian", "sl"}, {"Serbian", "sr"},   {"Bulgarian", "bg"},
 };
 
 std::string_view Trim(std::string_view text) {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
@@ -21,22 +22,46 @@ const char* IcuLocaleName(CFLocaleRef locale) {
   return locale->identifier.c_str();
 }
 
-// Opens a formatter of the platform's style; NULL for a style the platform does not have.
-UNumberFormat* OpenStyle(const char* localeName, CFNumberFormatterStyle style) {
-  UNumberFormatStyle icuStyle;
+// The ICU style of one of the platform's styles; false for a style the platform does not have.
+bool IcuStyle(CFNumberFormatterStyle style, UNumberFormatStyle* icuStyle) {
   switch (style) {
     case kCFNumberFormatterNoStyle:
-    case kCFNumberFormatterDecimalStyle: icuStyle = UNUM_DECIMAL; break;
-    case kCFNumberFormatterCurrencyStyle: icuStyle = UNUM_CURRENCY; break;
-    case kCFNumberFormatterPercentStyle: icuStyle = UNUM_PERCENT; break;
-    case kCFNumberFormatterScientificStyle: icuStyle = UNUM_SCIENTIFIC; break;
-    case kCFNumberFormatterSpellOutStyle: icuStyle = UNUM_SPELLOUT; break;
-    case kCFNumberFormatterOrdinalStyle: icuStyle = UNUM_ORDINAL; break;
-    case kCFNumberFormatterCurrencyISOCodeStyle: icuStyle = UNUM_CURRENCY_ISO; break;
-    case kCFNumberFormatterCurrencyPluralStyle: icuStyle = UNUM_CURRENCY_PLURAL; break;
-    case kCFNumberFormatterCurrencyAccountingStyle: icuStyle = UNUM_CURRENCY_ACCOUNTING; break;
-    default: return nullptr;
+    case kCFNumberFormatterDecimalStyle:
+      *icuStyle = UNUM_DECIMAL;
+      return true;
+    case kCFNumberFormatterCurrencyStyle:
+      *icuStyle = UNUM_CURRENCY;
+      return true;
+    case kCFNumberFormatterPercentStyle:
+      *icuStyle = UNUM_PERCENT;
+      return true;
+    case kCFNumberFormatterScientificStyle:
+      *icuStyle = UNUM_SCIENTIFIC;
+      return true;
+    case kCFNumberFormatterSpellOutStyle:
+      *icuStyle = UNUM_SPELLOUT;
+      return true;
+    case kCFNumberFormatterOrdinalStyle:
+      *icuStyle = UNUM_ORDINAL;
+      return true;
+    case kCFNumberFormatterCurrencyISOCodeStyle:
+      *icuStyle = UNUM_CURRENCY_ISO;
+      return true;
+    case kCFNumberFormatterCurrencyPluralStyle:
+      *icuStyle = UNUM_CURRENCY_PLURAL;
+      return true;
+    case kCFNumberFormatterCurrencyAccountingStyle:
+      *icuStyle = UNUM_CURRENCY_ACCOUNTING;
+      return true;
+    default:
+      return false;
   }
+}
+
+// Opens a formatter of the platform's style; NULL when ICU cannot make one.
+UNumberFormat* OpenStyle(const char* localeName, CFNumberFormatterStyle style) {
+  UNumberFormatStyle icuStyle;
+  if (!IcuStyle(style, &icuStyle)) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
   UNumberFormat* format = unum_open(icuStyle, nullptr, 0, localeName, nullptr, &status);
   if (U_FAILURE(status)) {
@@ -52,9 +77,9 @@ UNumberFormat* OpenStyle(const char* localeName, CFNumberFormatterStyle style) {
 }
 
 // Opening an ICU formatter loads and parses locale data, which costs far more than copying a
-// prepared one; callers make a formatter per call, so each locale and style is opened once and
-// cloned from then on. The prototypes are never changed after they are stored, and ICU allows
-// concurrent cloning of a formatter that nobody changes.
+// prepared one; each locale and style is opened once and cloned from then on. The prototypes
+// are never changed after they are stored, and ICU allows cloning a formatter that nobody
+// changes from several threads at once.
 UNumberFormat* ClonePrototype(const char* localeName, CFNumberFormatterStyle style) {
   static std::mutex mutex;
   static auto* prototypes = new std::unordered_map<std::string, UNumberFormat*>();
@@ -80,6 +105,59 @@ UNumberFormat* ClonePrototype(const char* localeName, CFNumberFormatterStyle sty
   return clone;
 }
 
+// Callers make a formatter, give it a pattern, format one number and release it, over and over
+// (a size string per call). Cloning a formatter and applying a pattern to it each time costs
+// ten times the formatting itself, so released ICU formatters are kept, by the state they are
+// in (locale, style and pattern), for the next formatter that wants that very state. Each ICU
+// formatter belongs to one CFNumberFormatter at a time, as ICU requires; the pool hands them
+// over under its lock.
+class RecycledFormats {
+ public:
+  // A formatter in the state, or NULL when none is free.
+  UNumberFormat* take(const std::u16string& state) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = free_.find(state);
+    if (found == free_.end() || found->second.empty()) return nullptr;
+    UNumberFormat* format = found->second.back();
+    found->second.pop_back();
+    return format;
+  }
+
+  // Keeps the formatter for its state, or closes it when the pool is full.
+  void give(const std::u16string& state, UNumberFormat* format) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      auto found = free_.find(state);
+      if (found == free_.end() && free_.size() < kMaxStates)
+        found = free_.emplace(state, std::vector<UNumberFormat*>()).first;
+      if (found != free_.end() && found->second.size() < kMaxPerState) {
+        found->second.push_back(format);
+        return;
+      }
+    }
+    unum_close(format);
+  }
+
+ private:
+  // Enough for the patterns an application formats with, and for a few threads at once.
+  static constexpr size_t kMaxStates = 128;
+  static constexpr size_t kMaxPerState = 8;
+  std::mutex mutex_;
+  std::unordered_map<std::u16string, std::vector<UNumberFormat*>> free_;
+};
+
+RecycledFormats& Recycled() {
+  static auto* pool = new RecycledFormats();
+  return *pool;
+}
+
+// The state of a formatter made for the locale and style: "<style>:<locale>" and then, once a
+// pattern is set, "\n<pattern>".
+std::u16string BaseState(const char* localeName, CFNumberFormatterStyle style) {
+  std::string base = std::to_string(style) + ':' + localeName;
+  return std::u16string(base.begin(), base.end());
+}
+
 // Runs one of ICU's format calls into a UTF-16 buffer, growing it once when the text is longer.
 template <class Format>
 CFStringRef CreateFormatted(Format format) {
@@ -101,19 +179,21 @@ CFStringRef CreateFormatted(Format format) {
 }  // namespace
 
 struct __CFNumberFormatter final : zrp::Object {
-  __CFNumberFormatter(CFLocaleRef theLocale, CFNumberFormatterStyle theStyle, UNumberFormat* theFormat)
-      : Object(zrp::kTypeIDNumberFormatter), locale(theLocale), style(theStyle), format(theFormat) {
-    if (locale) CFRetain(locale);
+  __CFNumberFormatter(CFLocaleRef theLocale, CFNumberFormatterStyle theStyle)
+      : Object(zrp::kTypeIDNumberFormatter), locale(theLocale), style(theStyle) {
+    CFRetain(locale);
   }
   ~__CFNumberFormatter() override {
-    unum_close(format);
-    if (locale) CFRelease(locale);
+    if (format) Recycled().give(state, format);
+    CFRelease(locale);
     if (pattern) CFRelease(pattern);
   }
 
   CFLocaleRef locale;
   CFNumberFormatterStyle style;
-  UNumberFormat* format;
+  // The ICU formatter, owned, and the state it is in (see BaseState).
+  UNumberFormat* format = nullptr;
+  std::u16string state;
   // The text CFNumberFormatterGetFormat lent last; kept until the next call or the end.
   CFStringRef pattern = nullptr;
 };
@@ -146,14 +226,24 @@ extern "C" {
 CFTypeID CFNumberFormatterGetTypeID(void) { return zrp::kTypeIDNumberFormatter; }
 
 CFNumberFormatterRef CFNumberFormatterCreate(CFAllocatorRef, CFLocaleRef locale, CFNumberFormatterStyle style) {
-  UNumberFormat* format = ClonePrototype(IcuLocaleName(locale), style);
-  if (!format) return nullptr;
-  CFNumberFormatterRef formatter = zrp::New<__CFNumberFormatter>(locale ? locale : CFLocaleGetSystem(), style, format);
-  if (!formatter) unum_close(format);
+  UNumberFormatStyle icuStyle;
+  if (!IcuStyle(style, &icuStyle)) return nullptr;
+  CFNumberFormatterRef formatter = zrp::New<__CFNumberFormatter>(locale ? locale : CFLocaleGetSystem(), style);
+  if (!formatter) return nullptr;
+  const char* localeName = IcuLocaleName(formatter->locale);
+  formatter->state = BaseState(localeName, style);
+  formatter->format = Recycled().take(formatter->state);
+  if (!formatter->format) formatter->format = ClonePrototype(localeName, style);
+  if (!formatter->format) {
+    CFRelease(formatter);
+    return nullptr;
+  }
   return formatter;
 }
 
-CFLocaleRef CFNumberFormatterGetLocale(CFNumberFormatterRef formatter) { return formatter ? formatter->locale : nullptr; }
+CFLocaleRef CFNumberFormatterGetLocale(CFNumberFormatterRef formatter) {
+  return formatter ? formatter->locale : nullptr;
+}
 
 CFNumberFormatterStyle CFNumberFormatterGetStyle(CFNumberFormatterRef formatter) {
   if (!formatter) return kCFNumberFormatterNoStyle;
@@ -163,11 +253,24 @@ CFNumberFormatterStyle CFNumberFormatterGetStyle(CFNumberFormatterRef formatter)
 void CFNumberFormatterSetFormat(CFNumberFormatterRef formatter, CFStringRef formatString) {
   if (!formatter || !formatString) return;
   const std::u16string& chars = zrp::Chars(formatString);
+  std::u16string state = BaseState(IcuLocaleName(formatter->locale), formatter->style);
+  state.push_back(u'\n');
+  state += chars;
+  if (state == formatter->state) return;
+  // A recycled formatter already in that state saves parsing the pattern and preparing the
+  // formatter for it.
+  if (UNumberFormat* recycled = Recycled().take(state)) {
+    Recycled().give(formatter->state, formatter->format);
+    formatter->format = recycled;
+    formatter->state = std::move(state);
+    return;
+  }
   UParseError parseError;
   UErrorCode status = U_ZERO_ERROR;
   // ICU parses the whole pattern before it changes anything, so a bad pattern leaves the
   // formatter as it was.
   unum_applyPattern(formatter->format, false, chars.data(), static_cast<int32_t>(chars.size()), &parseError, &status);
+  if (U_SUCCESS(status)) formatter->state = std::move(state);
 }
 
 CFStringRef CFNumberFormatterGetFormat(CFNumberFormatterRef formatter) {
@@ -186,22 +289,29 @@ CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberForma
   if (!formatter || !valuePtr) return nullptr;
   switch (numberType) {
     case kCFNumberSInt8Type:
-    case kCFNumberCharType: return CreateWithInteger(formatter, Load<int8_t>(valuePtr));
+    case kCFNumberCharType:
+      return CreateWithInteger(formatter, Load<int8_t>(valuePtr));
     case kCFNumberSInt16Type:
-    case kCFNumberShortType: return CreateWithInteger(formatter, Load<int16_t>(valuePtr));
+    case kCFNumberShortType:
+      return CreateWithInteger(formatter, Load<int16_t>(valuePtr));
     case kCFNumberSInt32Type:
-    case kCFNumberIntType: return CreateWithInteger(formatter, Load<int32_t>(valuePtr));
+    case kCFNumberIntType:
+      return CreateWithInteger(formatter, Load<int32_t>(valuePtr));
     case kCFNumberSInt64Type:
     case kCFNumberLongType:
     case kCFNumberLongLongType:
     case kCFNumberCFIndexType:
-    case kCFNumberNSIntegerType: return CreateWithInteger(formatter, Load<int64_t>(valuePtr));
+    case kCFNumberNSIntegerType:
+      return CreateWithInteger(formatter, Load<int64_t>(valuePtr));
     case kCFNumberFloat32Type:
-    case kCFNumberFloatType: return CreateWithDouble(formatter, Load<float>(valuePtr));
+    case kCFNumberFloatType:
+      return CreateWithDouble(formatter, Load<float>(valuePtr));
     case kCFNumberFloat64Type:
     case kCFNumberDoubleType:
-    case kCFNumberCGFloatType: return CreateWithDouble(formatter, Load<double>(valuePtr));
-    default: return nullptr;
+    case kCFNumberCGFloatType:
+      return CreateWithDouble(formatter, Load<double>(valuePtr));
+    default:
+      return nullptr;
   }
 }
 
