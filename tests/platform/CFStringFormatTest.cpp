@@ -13,11 +13,18 @@
 #include <thread>
 #include <vector>
 
-#include "CFString/StringImpl.h"
-
 namespace {
 
-std::string Utf8(CFStringRef string) { return string ? zrp::ToUTF8(string) : "<NULL>"; }
+std::string Utf8(CFStringRef string) {
+  if (!string) return "<NULL>";
+  CFIndex length = CFStringGetLength(string);
+  std::string text(static_cast<size_t>(CFStringGetMaximumSizeForEncoding(length, kCFStringEncodingUTF8)), '\0');
+  CFIndex used = 0;
+  CFStringGetBytes(string, CFRangeMake(0, length), kCFStringEncodingUTF8, '?', false,
+                   reinterpret_cast<UInt8*>(text.data()), static_cast<CFIndex>(text.size()), &used);
+  text.resize(static_cast<size_t>(used));
+  return text;
+}
 
 // Formats with the host and returns the text as UTF-8.
 std::string F(CFStringRef format, ...) {
