@@ -43,8 +43,10 @@ OSStatus ZRCopyHexStringRefOfDataRef(CFDataRef inDataRef, Boolean inLog, CFMutab
     return status = unknownErr;
   }
 
+  // The format is looked up once, not once per byte.
+  CFStringRef byteFormat = CFSTR("%02x");
   for (CFIndex index = 0; index < CFDataGetLength(inDataRef); ++index) {
-    CFStringAppendFormat(*outStringRef, NULL, CFSTR("%02x"), static_cast<unsigned int>(bytes[index]));
+    CFStringAppendFormat(*outStringRef, NULL, byteFormat, static_cast<unsigned int>(bytes[index]));
   }
   return status;
 }
