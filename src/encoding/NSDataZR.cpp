@@ -50,11 +50,13 @@ class WorkBuffer {
 };
 
 // The value of one character, or -1: codes below 50, at or above 128 (negative as a signed
-// byte) and 123 to 127 (above the table) are invalid.
+// byte, and so above the table as unsigned offsets) and 123 to 127 (above the table) are
+// invalid.
 inline SInt32 DigitOf(char character) {
-  int code = static_cast<signed char>(character) - 50;
-  if (code < 0 || code >= kCharDigitCount) return -1;
-  return charDigits[code];
+  unsigned int index = static_cast<unsigned int>(static_cast<signed char>(character) - 50);
+  // Out of the table's range, the entry of the digit 8 (offset 6), which is invalid, is read
+  // instead: a choice of index rather than a branch, in the innermost loop.
+  return charDigits[index < static_cast<unsigned int>(kCharDigitCount) ? index : 6];
 }
 
 // Sets the bit layout of one group: up to 5 bytes in, up to 8 characters out.
@@ -119,21 +121,42 @@ NSData* dataWithBase32String(NSString* string) {
 
   const char* in = text;
   size_t remaining = textLength;
+  // Whole groups first, each in one step.
+  while (remaining > 8) {
+    const SInt32 d[8] = {DigitOf(in[0]), DigitOf(in[1]), DigitOf(in[2]), DigitOf(in[3]),
+                         DigitOf(in[4]), DigitOf(in[5]), DigitOf(in[6]), DigitOf(in[7])};
+    if ((d[0] | d[1] | d[2] | d[3] | d[4] | d[5] | d[6] | d[7]) < 0) return nil;
+    out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
+    out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+    out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+    out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
+    out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
+    in += 8;
+    out += 5;
+    remaining -= 8;
+  }
+  // The last group, whole or not.
   while (remaining > 0) {
     size_t count = remaining < 8 ? remaining : 8;
     SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    SInt32 invalid = 0;
     for (size_t i = 0; i < count; ++i) {
       d[i] = DigitOf(in[i]);
-      if (d[i] < 0) return nil;
+      invalid |= d[i];
     }
+    if (invalid < 0) return nil;
     out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
-    if (count >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-    if (count >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-    if (count >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
     if (count == 8) {
+      out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+      out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+      out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
       out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
     } else {
-      // The low bits of the last character of a final group that no byte takes must be zero.
+      // A final group of 2, 4, 5 or 7 characters gives 1 to 4 bytes; the low bits of its last
+      // character that no byte takes must be zero.
+      if (count >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+      if (count >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+      if (count >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
       SInt32 leftover = count == 2 ? (d[1] & 3) : count == 4 ? (d[3] & 15) : count == 5 ? (d[4] & 1) : (d[6] & 7);
       if (leftover != 0) return nil;
     }

@@ -23,11 +23,12 @@ constexpr int kFirstTableChar = 50;
 
 // The value of one character, or -1. The character is taken as a signed byte, so every code
 // at or above 128 is negative and invalid; codes 123 to 127 lie above the table and are
-// invalid too.
+// invalid too (as unsigned numbers, the negative offsets lie above it as well).
 inline SInt32 DigitOf(char character) {
-  int code = static_cast<signed char>(character) - kFirstTableChar;
-  if (code < 0 || code >= static_cast<int>(sizeof(charDigits) / sizeof(charDigits[0]))) return -1;
-  return charDigits[code];
+  unsigned int index = static_cast<unsigned int>(static_cast<signed char>(character) - kFirstTableChar);
+  // Out of the table's range, the entry of the digit 8 (offset 6), which is invalid, is read
+  // instead: a choice of index rather than a branch, in the innermost loop.
+  return charDigits[index < sizeof(charDigits) / sizeof(charDigits[0]) ? index : 6];
 }
 
 // Writes the characters of one group of 1 to 5 bytes (missing bytes count as 0): 8 for a
@@ -90,8 +91,16 @@ OSStatus ZRCopyBase32BufferOfBuffer(const void* inBuffer, UInt32 inLength, char*
   char* out = *outBase32Buffer;
   size_t remaining = inLength;
   while (remaining >= 5) {
-    out += EncodeGroup(in, 5, out);
+    out[0] = canonicalChars[in[0] >> 3];
+    out[1] = canonicalChars[((in[0] & 7) << 2) | (in[1] >> 6)];
+    out[2] = canonicalChars[(in[1] >> 1) & 31];
+    out[3] = canonicalChars[((in[1] & 1) << 4) | (in[2] >> 4)];
+    out[4] = canonicalChars[((in[2] & 15) << 1) | (in[3] >> 7)];
+    out[5] = canonicalChars[(in[3] >> 2) & 31];
+    out[6] = canonicalChars[((in[3] & 3) << 3) | (in[4] >> 5)];
+    out[7] = canonicalChars[in[4] & 31];
     in += 5;
+    out += 8;
     remaining -= 5;
   }
   if (remaining > 0) out += EncodeGroup(in, remaining, out);
@@ -113,6 +122,17 @@ OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void** outBuffer
   const char* in = inBase32Buffer;
   UInt8* out = static_cast<UInt8*>(*outBuffer);
   size_t remaining = textLength;
+  // Whole groups whose characters are all valid, the common case, in one step each; a group
+  // with an invalid character is left to the loop below, which stops at it.
+  while (remaining >= 8) {
+    const SInt32 d[8] = {DigitOf(in[0]), DigitOf(in[1]), DigitOf(in[2]), DigitOf(in[3]),
+                         DigitOf(in[4]), DigitOf(in[5]), DigitOf(in[6]), DigitOf(in[7])};
+    if ((d[0] | d[1] | d[2] | d[3] | d[4] | d[5] | d[6] | d[7]) < 0) break;
+    StoreBytes(d, 8, out);
+    in += 8;
+    out += 5;
+    remaining -= 8;
+  }
   while (remaining > 0) {
     size_t count = remaining < 8 ? remaining : 8;
     SInt32 d[8];

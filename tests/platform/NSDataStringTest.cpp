@@ -204,4 +204,46 @@ TEST_F(NSDataStringTest, CStringBufferIsAutoreleased) {
   EXPECT_EQ(ns::cStringUsingEncoding(const_cast<NSString*>(CFSTR("abc")), NSUTF8StringEncoding), nullptr);
 }
 
+
+// ASCII text is converted directly where the encoding agrees with ASCII; the results must be
+// those of the general conversion, and an encoding that escapes ASCII characters must still
+// escape them.
+TEST_F(NSDataStringTest, AsciiTextConvertsAsTheGeneralConversionDoes) {
+  const char* text = "Zm9v \\ YmFy\t~";
+  for (NSStringEncoding encoding : {NSASCIIStringEncoding, NSUTF8StringEncoding, NSMacOSRomanStringEncoding,
+                                    NSISOLatin1StringEncoding, NSWindowsCP1252StringEncoding, NSNonLossyASCIIStringEncoding}) {
+    CFStringEncoding cfEncoding = CFStringConvertNSStringEncodingToEncoding(encoding);
+    CFStringRef general = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text),
+                                                  static_cast<CFIndex>(std::strlen(text)), cfEncoding, false);
+    NSString* string = ns::stringWithCString(text, encoding);
+    ASSERT_EQ(string == nil, general == nullptr) << encoding;
+    if (general) {
+      EXPECT_TRUE(CFEqual(string, general)) << encoding;
+      CFRelease(general);
+    }
+    NSString* source = ns::stringWithCString(text, NSUTF8StringEncoding);
+    CFIndex length = CFStringGetLength(source);
+    CFIndex size = 0;
+    ASSERT_EQ(CFStringGetBytes(source, CFRangeMake(0, length), cfEncoding, 0, false, nullptr, 0, &size), length);
+    std::string expected(static_cast<size_t>(size), '\0');
+    CFStringGetBytes(source, CFRangeMake(0, length), cfEncoding, 0, false, reinterpret_cast<UInt8*>(expected.data()), size,
+                     nullptr);
+    const char* converted = ns::cStringUsingEncoding(source, encoding);
+    ASSERT_NE(converted, nullptr) << encoding;
+    EXPECT_EQ(std::string(converted), expected) << encoding;
+    EXPECT_TRUE(ns::canBeConvertedToEncoding(source, encoding)) << encoding;
+  }
+  // The backslash is escaped in the non-lossy form.
+  EXPECT_STREQ(ns::cStringUsingEncoding(const_cast<NSString*>(CFSTR("a\\b")), NSNonLossyASCIIStringEncoding), "a\\\\b");
+}
+
+TEST_F(NSDataStringTest, EmbeddedNulKeepsTheCharactersAfterIt) {
+  NSString* string = ns::stringWithCStringLength("ab\0cd", 5);
+  ASSERT_NE(string, nil);
+  EXPECT_EQ(ns::length(string), 5u);
+  const char* converted = ns::cStringUsingEncoding(string, NSASCIIStringEncoding);
+  ASSERT_NE(converted, nullptr);
+  EXPECT_EQ(std::memcmp(converted, "ab\0cd\0", 6), 0);
+}
+
 }  // namespace
