@@ -1,0 +1,391 @@
+// CFStringCompareTest.cpp: comparison with every option bit, search, find-and-replace and
+// case mapping of the host's strings.
+#include <CoreFoundation/CoreFoundation.h>
+#include <ZRPlatform/Testing.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+CFStringRef S(const std::u16string& units) {
+  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                      static_cast<CFIndex>(units.size()));
+}
+
+std::u16string Units(CFStringRef string) {
+  std::u16string units(static_cast<size_t>(CFStringGetLength(string)), u'\0');
+  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)), reinterpret_cast<UniChar*>(units.data()));
+  return units;
+}
+
+// Compares two texts with the options and returns the result.
+CFComparisonResult Cmp(const std::u16string& a, const std::u16string& b, CFStringCompareFlags options) {
+  CFStringRef first = S(a);
+  CFStringRef second = S(b);
+  CFComparisonResult result = CFStringCompare(first, second, options);
+  CFRelease(first);
+  CFRelease(second);
+  return result;
+}
+
+CFComparisonResult CmpIn(const char* localeIdentifier, const std::u16string& a, const std::u16string& b,
+                         CFStringCompareFlags options) {
+  CFStringRef identifier = CFStringCreateWithCString(nullptr, localeIdentifier, kCFStringEncodingUTF8);
+  CFLocaleRef locale = CFLocaleCreate(nullptr, identifier);
+  CFStringRef first = S(a);
+  CFStringRef second = S(b);
+  CFComparisonResult result = CFStringCompareWithOptionsAndLocale(
+      first, second, CFRangeMake(0, CFStringGetLength(first)), options | kCFCompareLocalized, locale);
+  CFRelease(first);
+  CFRelease(second);
+  CFRelease(locale);
+  CFRelease(identifier);
+  return result;
+}
+
+// Sets an environment variable for the life of the object and restores it afterwards.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const char* value) : name_(name) {
+    const char* old = std::getenv(name);
+    if (old) hadValue_ = true, old_ = old;
+    setenv(name, value, 1);
+  }
+  ~ScopedEnvironment() {
+    if (hadValue_) {
+      setenv(name_.c_str(), old_.c_str(), 1);
+    } else {
+      unsetenv(name_.c_str());
+    }
+  }
+
+ private:
+  std::string name_;
+  std::string old_;
+  bool hadValue_ = false;
+};
+
+TEST(CFStringCompare, LiteralOrderOfUnits) {
+  EXPECT_EQ(Cmp(u"a", u"b", 0), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"b", u"a", 0), kCFCompareGreaterThan);
+  EXPECT_EQ(Cmp(u"same", u"same", 0), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"B", u"a", 0), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"b", u"B", 0), kCFCompareGreaterThan);
+  EXPECT_EQ(Cmp(u"ab", u"abc", 0), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"", u"", 0), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"", u"a", 0), kCFCompareLessThan);
+  // UTF-16 units: a surrogate (0xD83D) comes before U+E000.
+  EXPECT_EQ(Cmp(u"\U0001F600", u"\ue000", 0), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"file10", u"file2", 0), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompare(CFSTR("de"), CFSTR("de"), 0), kCFCompareEqualTo);
+}
+
+TEST(CFStringCompare, CaseInsensitive) {
+  EXPECT_EQ(Cmp(u"b", u"B", kCFCompareCaseInsensitive), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"Hello World", u"hELLO wORLD", kCFCompareCaseInsensitive), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"a", u"B", kCFCompareCaseInsensitive), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"B", u"a", kCFCompareCaseInsensitive), kCFCompareGreaterThan);
+  // Full case folding: ß is ss.
+  EXPECT_EQ(Cmp(u"Stra\u00dfe", u"STRASSE", kCFCompareCaseInsensitive), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"\u00e9T\u00c9", u"\u00c9t\u00e9", kCFCompareCaseInsensitive), kCFCompareEqualTo);
+  // Code point order: the supplementary character comes after U+E000.
+  EXPECT_EQ(Cmp(u"\U0001F600", u"\ue000", kCFCompareCaseInsensitive), kCFCompareGreaterThan);
+}
+
+TEST(CFStringCompare, Numerically) {
+  EXPECT_EQ(Cmp(u"file2", u"file10", kCFCompareNumerically), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"file10", u"file2", kCFCompareNumerically), kCFCompareGreaterThan);
+  EXPECT_EQ(Cmp(u"file10", u"file10", kCFCompareNumerically), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"file010", u"file10", kCFCompareNumerically), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"a2b", u"a10a", kCFCompareNumerically), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"2", u"10", kCFCompareNumerically), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"v1.9", u"v1.10", kCFCompareNumerically), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"99999999999999999999", u"100000000000000000000", kCFCompareNumerically), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"File2", u"file10", kCFCompareNumerically | kCFCompareCaseInsensitive), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"x", u"1", kCFCompareNumerically), kCFCompareGreaterThan);
+}
+
+TEST(CFStringCompare, DiacriticNonliteralAndWidth) {
+  EXPECT_EQ(Cmp(u"resume", u"r\u00e9sum\u00e9", kCFCompareDiacriticInsensitive), kCFCompareEqualTo);
+  EXPECT_NE(Cmp(u"resume", u"r\u00e9sum\u00e9", 0), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"RESUME", u"r\u00e9sum\u00e9", kCFCompareDiacriticInsensitive | kCFCompareCaseInsensitive),
+            kCFCompareEqualTo);
+  // Composed and decomposed forms.
+  EXPECT_EQ(Cmp(u"caf\u00e9", u"cafe\u0301", kCFCompareNonliteral), kCFCompareEqualTo);
+  EXPECT_NE(Cmp(u"caf\u00e9", u"cafe\u0301", 0), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"a\u0323\u0301", u"a\u0301\u0323", kCFCompareNonliteral), kCFCompareEqualTo);
+  // Full-width forms.
+  EXPECT_EQ(Cmp(u"\uff21\uff22\uff23", u"ABC", kCFCompareWidthInsensitive), kCFCompareEqualTo);
+  EXPECT_NE(Cmp(u"\uff21\uff22\uff23", u"ABC", 0), kCFCompareEqualTo);
+}
+
+TEST(CFStringCompare, ForcedOrdering) {
+  EXPECT_EQ(Cmp(u"b", u"B", kCFCompareCaseInsensitive | kCFCompareForcedOrdering), kCFCompareGreaterThan);
+  EXPECT_EQ(Cmp(u"B", u"b", kCFCompareCaseInsensitive | kCFCompareForcedOrdering), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"b", u"b", kCFCompareCaseInsensitive | kCFCompareForcedOrdering), kCFCompareEqualTo);
+}
+
+TEST(CFStringCompare, RangeOfTheFirstString) {
+  CFStringRef text = CFSTR("xxabcxx");
+  EXPECT_EQ(CFStringCompareWithOptions(text, CFSTR("abc"), CFRangeMake(2, 3), 0), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompareWithOptions(text, CFSTR("ABC"), CFRangeMake(2, 3), kCFCompareCaseInsensitive),
+            kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompareWithOptions(text, CFSTR("abc"), CFRangeMake(2, 2), 0), kCFCompareLessThan);
+}
+
+TEST(CFStringCompare, LocalizedInTheUsersLocale) {
+  // The test environment is English.
+  EXPECT_EQ(Cmp(u"apple", u"Pear", kCFCompareLocalized), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"Pear", u"apple", 0), kCFCompareLessThan);
+  const CFStringCompareFlags table = kCFCompareCaseInsensitive | kCFCompareLocalized | kCFCompareNumerically;
+  EXPECT_EQ(Cmp(u"apple", u"Pear", table), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"b", u"B", table), kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"item 9", u"Item 10", table), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"b", u"B", kCFCompareLocalized), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"\u00e4", u"b", kCFCompareLocalized), kCFCompareLessThan);
+  EXPECT_EQ(Cmp(u"\u00e4", u"b", 0), kCFCompareGreaterThan);
+  EXPECT_EQ(Cmp(u"r\u00e9sum\u00e9", u"resume", kCFCompareLocalized | kCFCompareDiacriticInsensitive),
+            kCFCompareEqualTo);
+  EXPECT_EQ(Cmp(u"caf\u00e9", u"cafe\u0301", kCFCompareLocalized), kCFCompareEqualTo);
+}
+
+TEST(CFStringCompare, LocalizedFollowsTheEnvironment) {
+  {
+    ScopedEnvironment all("LC_ALL", "sv_SE.UTF-8");
+    EXPECT_EQ(Cmp(u"\u00e4pple", u"zebra", kCFCompareLocalized), kCFCompareGreaterThan);
+  }
+  {
+    ScopedEnvironment all("LC_ALL", "");
+    ScopedEnvironment collate("LC_COLLATE", "de_DE.UTF-8");
+    EXPECT_EQ(Cmp(u"\u00e4pple", u"zebra", kCFCompareLocalized), kCFCompareLessThan);
+  }
+  {
+    ScopedEnvironment all("LC_ALL", "C");
+    EXPECT_EQ(Cmp(u"\u00e4pple", u"zebra", kCFCompareLocalized), kCFCompareLessThan);
+  }
+}
+
+TEST(CFStringCompare, LocalizedInAGivenLocale) {
+  // German sorts ä with a; Swedish after z.
+  EXPECT_EQ(CmpIn("de_DE", u"\u00c4pfel", u"Birne", 0), kCFCompareLessThan);
+  EXPECT_EQ(CmpIn("de_DE", u"\u00e4pple", u"zebra", 0), kCFCompareLessThan);
+  EXPECT_EQ(CmpIn("sv_SE", u"\u00e4pple", u"zebra", 0), kCFCompareGreaterThan);
+  EXPECT_EQ(CmpIn("de_DE", u"M\u00fcller", u"Muller", 0), kCFCompareGreaterThan);
+  EXPECT_EQ(CmpIn("de_DE", u"M\u00fcller", u"Muller", kCFCompareDiacriticInsensitive), kCFCompareEqualTo);
+  EXPECT_EQ(CmpIn("en_US", u"x10", u"x9", kCFCompareNumerically), kCFCompareGreaterThan);
+  EXPECT_EQ(CmpIn("en_US", u"x10", u"x9", 0), kCFCompareLessThan);
+  // Without a locale the canonical order is used.
+  EXPECT_EQ(CFStringCompareWithOptionsAndLocale(CFSTR("apple"), CFSTR("Pear"), CFRangeMake(0, 5), kCFCompareLocalized,
+                                                nullptr),
+            kCFCompareLessThan);
+}
+
+TEST(CFStringCompare, ManyLocalizedComparisonsFromSeveralThreads) {
+  const CFStringCompareFlags table = kCFCompareCaseInsensitive | kCFCompareLocalized | kCFCompareNumerically;
+  std::vector<std::thread> threads;
+  std::vector<int> wrong(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, table, &wrong] {
+      CFStringRef low = CFSTR("file 2");
+      CFStringRef high = CFSTR("File 10");
+      for (int k = 0; k < 20000; ++k) {
+        if (CFStringCompare(low, high, table) != kCFCompareLessThan) ++wrong[static_cast<size_t>(t)];
+        if (CFStringCompare(high, low, table) != kCFCompareGreaterThan) ++wrong[static_cast<size_t>(t)];
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int count : wrong) EXPECT_EQ(count, 0);
+}
+
+CFRange Find(const std::u16string& text, const std::u16string& needle, CFStringCompareFlags options) {
+  CFStringRef haystack = S(text);
+  CFStringRef wanted = S(needle);
+  CFRange found = CFStringFind(haystack, wanted, options);
+  CFRelease(haystack);
+  CFRelease(wanted);
+  return found;
+}
+
+void ExpectRange(CFRange range, CFIndex location, CFIndex length) {
+  EXPECT_EQ(range.location, location);
+  EXPECT_EQ(range.length, length);
+}
+
+TEST(CFStringFind, Options) {
+  ExpectRange(Find(u"Hello World", u"o", 0), 4, 1);
+  ExpectRange(Find(u"Hello World", u"o", kCFCompareBackwards), 7, 1);
+  ExpectRange(Find(u"Hello World", u"Hello", kCFCompareAnchored), 0, 5);
+  ExpectRange(Find(u"Hello World", u"World", kCFCompareAnchored), kCFNotFound, 0);
+  ExpectRange(Find(u"Hello World", u"World", kCFCompareAnchored | kCFCompareBackwards), 6, 5);
+  ExpectRange(Find(u"Hello World", u"Hello", kCFCompareAnchored | kCFCompareBackwards), kCFNotFound, 0);
+  ExpectRange(Find(u"Hello World", u"WORLD", 0), kCFNotFound, 0);
+  ExpectRange(Find(u"Hello World", u"WORLD", kCFCompareCaseInsensitive), 6, 5);
+  ExpectRange(Find(u"Hello World", u"O", kCFCompareCaseInsensitive | kCFCompareBackwards), 7, 1);
+  ExpectRange(Find(u"Hello World", u"", 0), kCFNotFound, 0);
+  ExpectRange(Find(u"", u"a", 0), kCFNotFound, 0);
+  ExpectRange(Find(u"short", u"longer text", 0), kCFNotFound, 0);
+}
+
+TEST(CFStringFind, FoldedMatchesMapBackToTheText) {
+  // ß folds to two letters: the match covers the one character.
+  ExpectRange(Find(u"Stra\u00dfe", u"SS", kCFCompareCaseInsensitive), 4, 1);
+  ExpectRange(Find(u"STRASSE", u"stra\u00dfe", kCFCompareCaseInsensitive), 0, 7);
+  // Half of a folded character is no match.
+  ExpectRange(Find(u"Stra\u00dfe", u"sse", kCFCompareCaseInsensitive), 4, 2);
+  ExpectRange(Find(u"Stra\u00dfe", u"se", kCFCompareCaseInsensitive), kCFNotFound, 0);
+  ExpectRange(Find(u"r\u00e9sum\u00e9", u"resume", kCFCompareDiacriticInsensitive), 0, 6);
+  // A combining mark after the match belongs to it.
+  ExpectRange(Find(u"cafe\u0301!", u"e", kCFCompareDiacriticInsensitive), 3, 2);
+  ExpectRange(Find(u"cafe\u0301!", u"caf\u00e9", kCFCompareNonliteral), 0, 5);
+  ExpectRange(Find(u"x\uff21\uff22", u"ab", kCFCompareWidthInsensitive | kCFCompareCaseInsensitive), 1, 2);
+  // Surrogate pairs are found whole and never split.
+  ExpectRange(Find(u"a\U0001F600b", u"\U0001F600", 0), 1, 2);
+  ExpectRange(Find(u"a\U0001F600b", u"\U0001F600B", kCFCompareCaseInsensitive), 1, 3);
+}
+
+TEST(CFStringFind, WithinARange) {
+  CFRange result = CFRangeMake(-7, -7);
+  CFStringRef text = CFSTR("one two one two");
+  EXPECT_TRUE(CFStringFindWithOptions(text, CFSTR("one"), CFRangeMake(1, 14), 0, &result));
+  ExpectRange(result, 8, 3);
+  EXPECT_FALSE(CFStringFindWithOptions(text, CFSTR("one"), CFRangeMake(1, 9), 0, &result));
+  EXPECT_TRUE(CFStringFindWithOptions(text, CFSTR("two"), CFRangeMake(0, 11), kCFCompareBackwards, &result));
+  ExpectRange(result, 4, 3);
+  EXPECT_TRUE(CFStringFindWithOptions(text, CFSTR("TWO"), CFRangeMake(4, 3),
+                                      kCFCompareAnchored | kCFCompareCaseInsensitive, &result));
+  ExpectRange(result, 4, 3);
+  EXPECT_TRUE(CFStringFindWithOptions(text, CFSTR("two"), CFRangeMake(0, 15), 0, nullptr));
+}
+
+// Runs find-and-replace on a copy of text; returns the count and stores the result.
+CFIndex Replace(const std::u16string& text, const std::u16string& find, const std::u16string& replacement,
+                CFStringCompareFlags options, std::u16string* result) {
+  CFStringRef source = S(text);
+  CFMutableStringRef target = CFStringCreateMutableCopy(nullptr, 0, source);
+  CFStringRef wanted = S(find);
+  CFStringRef with = S(replacement);
+  CFIndex count = CFStringFindAndReplace(target, wanted, with, CFRangeMake(0, CFStringGetLength(target)), options);
+  *result = Units(target);
+  CFRelease(source);
+  CFRelease(target);
+  CFRelease(wanted);
+  CFRelease(with);
+  return count;
+}
+
+TEST(CFStringFindAndReplace, CountsAndReplacesEveryOccurrence) {
+  std::u16string result;
+  EXPECT_EQ(Replace(u"a.b.c", u".", u"-", 0, &result), 2);
+  EXPECT_EQ(result, u"a-b-c");
+  EXPECT_EQ(Replace(u"Apple apple APPLE", u"apple", u"pear", kCFCompareCaseInsensitive, &result), 3);
+  EXPECT_EQ(result, u"pear pear pear");
+  EXPECT_EQ(Replace(u"Apple apple APPLE", u"apple", u"pear", 0, &result), 1);
+  EXPECT_EQ(result, u"Apple pear APPLE");
+  EXPECT_EQ(Replace(u"none here", u"x", u"y", 0, &result), 0);
+  EXPECT_EQ(result, u"none here");
+  // Occurrences do not overlap; backwards they are taken from the end.
+  EXPECT_EQ(Replace(u"aaa", u"aa", u"b", 0, &result), 1);
+  EXPECT_EQ(result, u"ba");
+  EXPECT_EQ(Replace(u"aaa", u"aa", u"b", kCFCompareBackwards, &result), 1);
+  EXPECT_EQ(result, u"ab");
+  EXPECT_EQ(Replace(u"aaaa", u"aa", u"b", kCFCompareBackwards, &result), 2);
+  EXPECT_EQ(result, u"bb");
+  // Anchored: only at the start (or, backwards, the end).
+  EXPECT_EQ(Replace(u"xxyxx", u"xx", u"-", kCFCompareAnchored, &result), 1);
+  EXPECT_EQ(result, u"-yxx");
+  EXPECT_EQ(Replace(u"xxyxx", u"xx", u"-", kCFCompareAnchored | kCFCompareBackwards, &result), 1);
+  EXPECT_EQ(result, u"xxy-");
+  EXPECT_EQ(Replace(u"yxx", u"xx", u"-", kCFCompareAnchored, &result), 0);
+  // A replacement that contains what is searched is not searched again.
+  EXPECT_EQ(Replace(u"aa", u"a", u"aa", 0, &result), 2);
+  EXPECT_EQ(result, u"aaaa");
+  // Removal, case-insensitively, of a character that folds to two.
+  EXPECT_EQ(Replace(u"Ma\u00dfe MASSE", u"\u00df", u"", kCFCompareCaseInsensitive, &result), 2);
+  EXPECT_EQ(result, u"Mae MAE");
+  EXPECT_EQ(Replace(u"r\u00e9sum\u00e9 resume", u"resume", u"CV", kCFCompareDiacriticInsensitive, &result), 2);
+  EXPECT_EQ(result, u"CV CV");
+}
+
+TEST(CFStringFindAndReplace, WithinARangeAndWithItself) {
+  CFMutableStringRef text = CFStringCreateMutableCopy(nullptr, 0, CFSTR("a-a-a-a"));
+  EXPECT_EQ(CFStringFindAndReplace(text, CFSTR("a"), CFSTR("b"), CFRangeMake(2, 3), 0), 2);
+  EXPECT_EQ(Units(text), u"a-b-b-a");
+  EXPECT_EQ(CFStringFindAndReplace(text, text, CFSTR("whole"), CFRangeMake(0, CFStringGetLength(text)), 0), 1);
+  EXPECT_EQ(Units(text), u"whole");
+  EXPECT_EQ(CFStringFindAndReplace(text, CFSTR("o"), text, CFRangeMake(0, CFStringGetLength(text)), 0), 1);
+  EXPECT_EQ(Units(text), u"whwholele");
+  CFRelease(text);
+}
+
+TEST(CFStringFindAndReplace, ImmutableStringIsLeftAlone) {
+  CFStringRef text = S(u"fixed");
+  EXPECT_EQ(CFStringFindAndReplace(const_cast<CFMutableStringRef>(text), CFSTR("f"), CFSTR("m"), CFRangeMake(0, 5), 0),
+            0);
+  EXPECT_EQ(Units(text), u"fixed");
+  CFRelease(text);
+}
+
+std::u16string MapCase(const std::u16string& text, const char* localeIdentifier, bool upper) {
+  CFLocaleRef locale = nullptr;
+  if (localeIdentifier) {
+    CFStringRef identifier = CFStringCreateWithCString(nullptr, localeIdentifier, kCFStringEncodingUTF8);
+    locale = CFLocaleCreate(nullptr, identifier);
+    CFRelease(identifier);
+  }
+  CFStringRef source = S(text);
+  CFMutableStringRef target = CFStringCreateMutableCopy(nullptr, 0, source);
+  if (upper) {
+    CFStringUppercase(target, locale);
+  } else {
+    CFStringLowercase(target, locale);
+  }
+  std::u16string result = Units(target);
+  CFRelease(target);
+  CFRelease(source);
+  if (locale) CFRelease(locale);
+  return result;
+}
+
+TEST(CFStringCase, UppercaseAndLowercase) {
+  EXPECT_EQ(MapCase(u"hello, World 42", nullptr, true), u"HELLO, WORLD 42");
+  EXPECT_EQ(MapCase(u"HELLO, World 42", nullptr, false), u"hello, world 42");
+  EXPECT_EQ(MapCase(u"stra\u00dfe", nullptr, true), u"STRASSE");
+  EXPECT_EQ(MapCase(u"stra\u00dfe", "de_DE", true), u"STRASSE");
+  EXPECT_EQ(MapCase(u"\u00e9t\u00e9", nullptr, true), u"\u00c9T\u00c9");
+  EXPECT_EQ(MapCase(u"\U00010428", nullptr, true), u"\U00010400");  // Deseret, beyond the BMP
+  EXPECT_EQ(MapCase(u"", nullptr, true), u"");
+  // Greek final sigma is chosen by context.
+  EXPECT_EQ(MapCase(u"\u039f\u0394\u039f\u03a3", nullptr, false), u"\u03bf\u03b4\u03bf\u03c2");
+}
+
+TEST(CFStringCase, TurkishDottedAndDotlessI) {
+  EXPECT_EQ(MapCase(u"istanbul", nullptr, true), u"ISTANBUL");
+  EXPECT_EQ(MapCase(u"istanbul", "tr_TR", true), u"\u0130STANBUL");
+  EXPECT_EQ(MapCase(u"ISPARTA", "tr", false), u"\u0131sparta");
+  EXPECT_EQ(MapCase(u"ISPARTA", nullptr, false), u"isparta");
+  EXPECT_EQ(MapCase(u"ISPARTA", "en_US", false), u"isparta");
+}
+
+TEST(CFStringCase, ImmutableStringIsLeftAlone) {
+  CFStringRef text = S(u"fixed");
+  CFStringUppercase(const_cast<CFMutableStringRef>(text), nullptr);
+  EXPECT_EQ(Units(text), u"fixed");
+  CFRelease(text);
+}
+
+TEST(CFStringCompare, NothingLeftBehind) {
+  long live = ZRTestingLiveObjectCount();
+  std::u16string result;
+  Replace(u"Apple apple", u"APPLE", u"pear", kCFCompareCaseInsensitive, &result);
+  Cmp(u"a", u"b", kCFCompareLocalized | kCFCompareNumerically);
+  Find(u"abc", u"B", kCFCompareCaseInsensitive);
+  MapCase(u"abc", "tr_TR", true);
+  EXPECT_EQ(ZRTestingLiveObjectCount(), live);
+}
+
+}  // namespace
