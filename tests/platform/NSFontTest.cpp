@@ -23,15 +23,18 @@ TEST(NSFontTest, SystemFontIsAnInstalledFamilyAtTheGivenSize) {
   EXPECT_FALSE(family.empty());
   EXPECT_FALSE(Utf8(NSFont::fontName(font)).empty());
   // The family is one that fontconfig has fonts of.
+  FcConfig* config = FcInitLoadConfigAndFonts();
+  ASSERT_NE(config, nullptr);
   FcPattern* pattern = FcPatternCreate();
   FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
   FcObjectSet* objects = FcObjectSetBuild(FC_FAMILY, nullptr);
-  FcFontSet* fonts = FcFontList(nullptr, pattern, objects);
+  FcFontSet* fonts = FcFontList(config, pattern, objects);
   ASSERT_NE(fonts, nullptr);
   EXPECT_GT(fonts->nfont, 0) << family;
   FcFontSetDestroy(fonts);
   FcObjectSetDestroy(objects);
   FcPatternDestroy(pattern);
+  FcConfigDestroy(config);
 }
 
 TEST(NSFontTest, SizeZeroOrLessIsTheSystemFontSize) {

@@ -30,18 +30,23 @@ CFStringRef ConstantString(const char* utf8) {
 
 SystemFace LookUpSystemFace() {
   SystemFace face;
+  // A configuration of our own, released once the face is found, rather than fontconfig's
+  // process-wide one, which it never frees entirely.
+  FcConfig* config = FcInitLoadConfigAndFonts();
+  if (!config) return face;
   // "system-ui" is the generic family that desktops configure for their interface text; where
   // it is not configured the ordinary sans-serif family stands in, as it does on the desktop.
   FcPattern* pattern = FcNameParse(reinterpret_cast<const FcChar8*>("system-ui,sans-serif:weight=regular:slant=roman"));
-  if (!pattern) return face;
-  FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-  FcDefaultSubstitute(pattern);
-  FcResult result = FcResultNoMatch;
-  FcPattern* match = FcFontMatch(nullptr, pattern, &result);
-  FcPatternDestroy(pattern);
-  if (!match) return face;
+  FcPattern* match = nullptr;
+  if (pattern) {
+    FcConfigSubstitute(config, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+    FcResult result = FcResultNoMatch;
+    match = FcFontMatch(config, pattern, &result);
+    FcPatternDestroy(pattern);
+  }
   FcChar8* family = nullptr;
-  if (FcPatternGetString(match, FC_FAMILY, 0, &family) == FcResultMatch && family && *family) {
+  if (match && FcPatternGetString(match, FC_FAMILY, 0, &family) == FcResultMatch && family && *family) {
     face.family = ConstantString(reinterpret_cast<const char*>(family));
     FcChar8* name = nullptr;
     if (FcPatternGetString(match, FC_POSTSCRIPT_NAME, 0, &name) == FcResultMatch && name && *name) {
@@ -49,7 +54,8 @@ SystemFace LookUpSystemFace() {
     }
     if (!face.name) face.name = face.family;
   }
-  FcPatternDestroy(match);
+  if (match) FcPatternDestroy(match);
+  FcConfigDestroy(config);
   return face;
 }
 
