@@ -56,8 +56,10 @@ inline char32_t CodePointOrderKey(char16_t unit) {
 inline bool IsAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // Compares two texts unit by unit (in code point order when asked), runs of ASCII digits as
-// the numbers they write when numeric is set. Returns -1, 0 or 1.
-int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, bool codePointOrder) {
+// the numbers they write when numeric is set; each unit passes through map first. Returns
+// -1, 0 or 1.
+template <class Map>
+int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, bool codePointOrder, Map map) {
   size_t i = 0;
   size_t j = 0;
   while (i < a.size() && j < b.size()) {
@@ -76,9 +78,11 @@ int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, boo
         if (a[startA + k] != b[startB + k]) return a[startA + k] < b[startB + k] ? -1 : 1;
       continue;
     }
-    if (a[i] != b[j]) {
-      if (codePointOrder) return CodePointOrderKey(a[i]) < CodePointOrderKey(b[j]) ? -1 : 1;
-      return a[i] < b[j] ? -1 : 1;
+    char16_t x = map(a[i]);
+    char16_t y = map(b[j]);
+    if (x != y) {
+      if (codePointOrder) return CodePointOrderKey(x) < CodePointOrderKey(y) ? -1 : 1;
+      return x < y ? -1 : 1;
     }
     ++i;
     ++j;
@@ -86,6 +90,16 @@ int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, boo
   bool moreA = i < a.size();
   bool moreB = j < b.size();
   return moreA == moreB ? 0 : moreA ? 1 : -1;
+}
+
+int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, bool codePointOrder) {
+  return CompareTexts(a, b, numeric, codePointOrder, [](char16_t c) { return c; });
+}
+
+bool IsAscii(std::u16string_view text) {
+  for (char16_t c : text)
+    if (c >= 0x80) return false;
+  return true;
 }
 
 const UNormalizer2* Normalizer(bool compatibility) {
@@ -193,6 +207,13 @@ int CompareUnlocalized(std::u16string_view a, std::u16string_view b, CFStringCom
     int result = u_strCaseCompare(a.data(), static_cast<int32_t>(a.size()), b.data(), static_cast<int32_t>(b.size()),
                                   U_FOLD_CASE_DEFAULT | U_COMPARE_CODE_POINT_ORDER, &error);
     if (U_SUCCESS(error)) return Sign(result);
+  }
+  if (IsAscii(a) && IsAscii(b)) {
+    // ASCII text has no marks, no compatibility forms and only simple case pairs: the folded
+    // form is the text with A-Z lowered, made on the fly.
+    if (!(folding & kCFCompareCaseInsensitive)) return CompareTexts(a, b, numeric, true);
+    return CompareTexts(a, b, numeric, true,
+                        [](char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; });
   }
   std::u16string decomposedA;
   std::u16string decomposedB;
