@@ -56,7 +56,10 @@ install(FILES
 list(APPEND ZR_PKGCONFIG_PRIVATE_MODULES icu-uc icu-i18n libcrypto fontconfig pugixml)
 list(REMOVE_DUPLICATES ZR_PKGCONFIG_PRIVATE_MODULES)
 list(JOIN ZR_PKGCONFIG_PRIVATE_MODULES " " ZR_PKGCONFIG_REQUIRES_PRIVATE)
-# Absolute install directories are written as they are; relative ones hang off ${prefix}.
+# The prefix is the one given at install time (cmake --install --prefix DIR), not the configured
+# one, so the file is finished by an install step. Absolute install directories are written as they
+# are; relative ones hang off ${prefix}.
+set(ZR_PKGCONFIG_PREFIX "@ZR_PKGCONFIG_INSTALL_PREFIX@")
 foreach(_dir LIBDIR INCLUDEDIR)
   if(IS_ABSOLUTE "${CMAKE_INSTALL_${_dir}}")
     set(ZR_PKGCONFIG_${_dir} "${CMAKE_INSTALL_${_dir}}")
@@ -64,5 +67,9 @@ foreach(_dir LIBDIR INCLUDEDIR)
     set(ZR_PKGCONFIG_${_dir} "\${prefix}/${CMAKE_INSTALL_${_dir}}")
   endif()
 endforeach()
-configure_file(${CMAKE_CURRENT_LIST_DIR}/zrframework.pc.in ${PROJECT_BINARY_DIR}/zrframework.pc @ONLY)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/zrframework.pc.in ${PROJECT_BINARY_DIR}/zrframework.pc.in @ONLY)
+install(CODE "
+  set(ZR_PKGCONFIG_INSTALL_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+  configure_file(\"${PROJECT_BINARY_DIR}/zrframework.pc.in\" \"${PROJECT_BINARY_DIR}/zrframework.pc\" @ONLY)
+")
 install(FILES ${PROJECT_BINARY_DIR}/zrframework.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
