@@ -2,6 +2,7 @@
 // Base64 through OpenSSL's Base64 filter over memory objects.
 #include <ZRFramework/ZRFramework.h>
 #include <openssl/bio.h>
+#include <openssl/buffer.h>
 #include <openssl/evp.h>
 
 #include <climits>
@@ -175,6 +176,18 @@ NSString* base64String(NSData* self) {
 
   BIO* memory = BIO_new(BIO_s_mem());
   if (!memory) return nil;
+  // The text's length is known (4 characters for every 3 bytes or part of them): its buffer
+  // is made at that size at once, so that it is never copied to grow on the way.
+  size_t textLength = (length + 2) / 3 * 4;
+  BUF_MEM* textBuffer = BUF_MEM_new();
+  // (BUF_MEM_grow answers with the new length, so 0 for empty text is no failure.)
+  if (!textBuffer || (textLength > 0 && BUF_MEM_grow(textBuffer, textLength) != textLength)) {
+    BUF_MEM_free(textBuffer);
+    BIO_free_all(memory);
+    return nil;
+  }
+  textBuffer->length = 0;
+  BIO_set_mem_buf(memory, textBuffer, BIO_CLOSE);
   BIO* base64 = BIO_new(BIO_f_base64());
   if (!base64) {
     BIO_free_all(memory);

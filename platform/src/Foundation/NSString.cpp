@@ -28,16 +28,54 @@ bool AgreesWithAscii(CFStringEncoding encoding) {
   }
 }
 
+// The loops below work in blocks of a fixed size, which compilers turn into vector code.
+constexpr size_t kBlock = 64;
+
 bool IsAscii(const char* bytes, size_t length) {
   unsigned char high = 0;
-  for (size_t i = 0; i < length; ++i) high |= static_cast<unsigned char>(bytes[i]);
+  size_t i = 0;
+  for (; i + kBlock <= length; i += kBlock) {
+    for (size_t k = 0; k < kBlock; ++k) high |= static_cast<unsigned char>(bytes[i + k]);
+    if (high >= 0x80) return false;
+  }
+  for (; i < length; ++i) high |= static_cast<unsigned char>(bytes[i]);
   return high < 0x80;
 }
 
 bool IsAscii(std::u16string_view chars) {
   char16_t high = 0;
-  for (char16_t c : chars) high |= c;
+  size_t i = 0;
+  for (; i + kBlock <= chars.size(); i += kBlock) {
+    for (size_t k = 0; k < kBlock; ++k) high |= chars[i + k];
+    if (high >= 0x80) return false;
+  }
+  for (; i < chars.size(); ++i) high |= chars[i];
   return high < 0x80;
+}
+
+// The ASCII characters as bytes, one each. (The pointers do not overlap: saying so lets the
+// compiler convert many at a time.)
+void Narrow(const char16_t* __restrict chars, size_t length, UInt8* __restrict out) {
+  size_t i = 0;
+  for (; i + kBlock <= length; i += kBlock) {
+    for (size_t k = 0; k < kBlock; ++k) out[i + k] = static_cast<UInt8>(chars[i + k]);
+  }
+  for (; i < length; ++i) out[i] = static_cast<UInt8>(chars[i]);
+}
+
+void WidenInto(const unsigned char* __restrict bytes, size_t length, char16_t* __restrict out) {
+  size_t i = 0;
+  for (; i + kBlock <= length; i += kBlock) {
+    for (size_t k = 0; k < kBlock; ++k) out[i + k] = bytes[i + k];
+  }
+  for (; i < length; ++i) out[i] = bytes[i];
+}
+
+// The ASCII bytes as characters, one each.
+std::u16string Widen(const char* bytes, size_t length) {
+  std::u16string chars(length, u'\0');
+  WidenInto(reinterpret_cast<const unsigned char*>(bytes), length, chars.data());
+  return chars;
 }
 
 NSString* Autoreleased(CFStringRef string) {
@@ -47,7 +85,7 @@ NSString* Autoreleased(CFStringRef string) {
 
 // A new string of the bytes in the encoding, or NULL when they are not valid in it.
 CFStringRef CreateString(const char* bytes, size_t length, CFStringEncoding encoding) {
-  if (AgreesWithAscii(encoding) && IsAscii(bytes, length)) return zrp::CreateString(std::u16string(bytes, bytes + length));
+  if (AgreesWithAscii(encoding) && IsAscii(bytes, length)) return zrp::CreateString(Widen(bytes, length));
   return CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes), static_cast<CFIndex>(length),
                                  encoding, false);
 }
@@ -100,7 +138,7 @@ const char* cStringUsingEncoding(NSString* string, NSStringEncoding encoding) {
   CFDataSetLength(buffer, size + kTerminator);
   UInt8* bytes = CFDataGetMutableBytePtr(buffer);
   if (ascii) {
-    for (CFIndex i = 0; i < length; ++i) bytes[i] = static_cast<UInt8>(chars[static_cast<size_t>(i)]);
+    Narrow(chars.data(), chars.size(), bytes);
   } else {
     CFStringGetBytes(string, CFRangeMake(0, length), cfEncoding, 0, false, bytes, size, nullptr);
   }
