@@ -191,13 +191,17 @@ TEST_F(Base32Test, CDecoderTakesEveryByteValue) {
     EXPECT_EQ(DecodeC(text, &bytes), noErr) << v;
     ASSERT_EQ(bytes.size(), 5u);
     EXPECT_EQ(bytes.substr(0, 4), std::string("\x01\x02\x03\x04", 4)) << v;
-    if (InAlphabet(v)) EXPECT_EQ(static_cast<unsigned char>(bytes[4]), DigitValue(v)) << v;
+    if (InAlphabet(v)) {
+      EXPECT_EQ(static_cast<unsigned char>(bytes[4]), DigitValue(v)) << v;
+    }
 
     // As the first character of a final group of two: the only byte needs it.
     std::string pair = std::string(1, static_cast<char>(v)) + "A";
     EXPECT_EQ(DecodeC(pair, &bytes), noErr) << v;
     ASSERT_EQ(bytes.size(), 1u);
-    if (InAlphabet(v)) EXPECT_EQ(static_cast<unsigned char>(bytes[0]), DigitValue(v) << 3) << v;
+    if (InAlphabet(v)) {
+      EXPECT_EQ(static_cast<unsigned char>(bytes[0]), DigitValue(v) << 3) << v;
+    }
   }
 }
 
