@@ -142,6 +142,24 @@ TEST(CFStringFormat, HexBytesOfEveryValue) {
   CFRelease(hex);
 }
 
+TEST(CFStringFormat, LongHexDumpKeepsEveryByte) {
+  // Long enough for the string to grow past a few MiB, one append per byte.
+  const size_t count = size_t{3} << 19;
+  CFMutableStringRef hex = CFStringCreateMutable(nullptr, 0);
+  std::string expected;
+  expected.reserve(count * 2);
+  const char* digits = "0123456789abcdef";
+  for (size_t k = 0; k < count; ++k) {
+    unsigned byte = static_cast<unsigned>((k * 2654435761u) >> 24) & 0xFF;
+    CFStringAppendFormat(hex, nullptr, CFSTR("%02x"), byte);
+    expected.push_back(digits[byte >> 4]);
+    expected.push_back(digits[byte & 15]);
+  }
+  ASSERT_EQ(CFStringGetLength(hex), static_cast<CFIndex>(count * 2));
+  EXPECT_TRUE(Utf8(hex) == expected);
+  CFRelease(hex);
+}
+
 TEST(CFStringFormat, Floating) {
   EXPECT_EQ(F(CFSTR("%5.2f"), 3.14159), " 3.14");
   EXPECT_EQ(F(CFSTR("%f"), 1.5), "1.500000");

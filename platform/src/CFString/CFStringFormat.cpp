@@ -56,6 +56,8 @@ struct ParsedFormat {
   // Exactly one such integer conversion and nothing else ("%02x", "%d"): the function that
   // appends it, chosen once for its conversion.
   void (*appendSingle)(std::u16string* out, const Spec& spec, va_list* arguments) = nullptr;
+  // "%02x" or "%02X" of an int: the digit pairs to append a byte with, else NULL.
+  const char16_t (*hexPairs)[2] = nullptr;
 };
 
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
@@ -116,6 +118,20 @@ void NoteArgument(ParsedFormat* parsed, int index, ArgType type) {
   if (static_cast<size_t>(index) >= parsed->argTypes.size()) parsed->argTypes.resize(static_cast<size_t>(index) + 1);
   if (parsed->argTypes[static_cast<size_t>(index)] == ArgType::kNone) parsed->argTypes[static_cast<size_t>(index)] = type;
 }
+
+// The two digits of every byte, for "%02x" and "%02X".
+struct HexPairs {
+  char16_t units[256][2];
+  constexpr explicit HexPairs(bool upper) : units() {
+    const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
+    for (int byte = 0; byte < 256; ++byte) {
+      units[byte][0] = static_cast<char16_t>(digits[byte >> 4]);
+      units[byte][1] = static_cast<char16_t>(digits[byte & 15]);
+    }
+  }
+};
+constexpr HexPairs kLowerHexPairs(false);
+constexpr HexPairs kUpperHexPairs(true);
 
 using SingleAppender = void (*)(std::u16string* out, const Spec& spec, va_list* arguments);
 SingleAppender SingleIntegerAppender(const Spec& spec, ArgType type);
@@ -234,8 +250,13 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
         spec.width > kInlineDigits || spec.precision > kInlineDigits)
       parsed->integersOnly = false;
   }
-  if (parsed->integersOnly && parsed->specs.size() == 1 && parsed->specs[0].plain && parsed->specs[0].valueArg == 0)
-    parsed->appendSingle = SingleIntegerAppender(parsed->specs[0], parsed->argTypes[0]);
+  if (parsed->integersOnly && parsed->specs.size() == 1 && parsed->specs[0].plain && parsed->specs[0].valueArg == 0) {
+    const Spec& spec = parsed->specs[0];
+    parsed->appendSingle = SingleIntegerAppender(spec, parsed->argTypes[0]);
+    if (parsed->argTypes[0] == ArgType::kInt && spec.lengthModifier == Length::kNone && spec.width == 2 &&
+        (spec.flags & kZero) && (spec.conversion == u'x' || spec.conversion == u'X'))
+      parsed->hexPairs = spec.conversion == u'x' ? kLowerHexPairs.units : kUpperHexPairs.units;
+  }
 }
 
 // The parsed forms of constant formats live as long as the constants themselves; each thread
@@ -733,20 +754,6 @@ void FormatIntegers(std::u16string* out, std::u16string_view text, const ParsedF
 
 // Appends one plain integer (at most a width and the 0 flag) unit by unit, straight into the
 // string: the whole of a "%02x" once its argument is read.
-// The two digits of every byte, for "%02x" and "%02X".
-struct HexPairs {
-  char16_t units[256][2];
-  constexpr explicit HexPairs(bool upper) : units() {
-    const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
-    for (int byte = 0; byte < 256; ++byte) {
-      units[byte][0] = static_cast<char16_t>(digits[byte >> 4]);
-      units[byte][1] = static_cast<char16_t>(digits[byte & 15]);
-    }
-  }
-};
-constexpr HexPairs kLowerHexPairs(false);
-constexpr HexPairs kUpperHexPairs(true);
-
 template <char16_t kConversion>
 void AppendPlainIntegerValue(std::u16string* out, const Spec& spec, unsigned long long v, bool negative) {
   int digits;
@@ -781,20 +788,23 @@ void AppendPlainIntegerValue(std::u16string* out, const Spec& spec, unsigned lon
   }
 }
 
-// "%02x" of an int: a byte in hexadecimal, the form data is dumped in, one call per byte. Kept
-// apart from the general case so that it stays a handful of instructions.
-template <char16_t kConversion>
-void AppendHexByte(std::u16string* out, const Spec& spec, va_list* arguments) {
-  unsigned value = static_cast<unsigned>(va_arg(*arguments, int));
-  if (spec.valueBits == 8) value &= 0xFF;
-  if (spec.valueBits == 16) value &= 0xFFFF;
-  if (value < 256) {
-    const char16_t* pair = (kConversion == u'x' ? kLowerHexPairs : kUpperHexPairs).units[value];
-    out->push_back(pair[0]);
-    out->push_back(pair[1]);
-    return;
+// Makes room for count more units. Small strings double as appending does; large ones grow
+// fourfold: every new block is touched twice (the copy, then the text appended), and on a
+// large string those first touches cost more than the formatting. Capacity that is reserved
+// and never written costs nothing.
+__attribute__((noinline)) void Grow(std::u16string* chars, size_t count) {
+  size_t capacity = chars->capacity();
+  size_t factor = capacity * sizeof(char16_t) >= (size_t{1} << 20) ? 4 : 2;
+  chars->reserve(std::max(capacity * factor, chars->size() + count));
+}
+
+// "%02x" of a value that takes more than two digits.
+__attribute__((noinline)) void AppendWideHex(std::u16string* out, const Spec& spec, unsigned value) {
+  if (spec.conversion == u'x') {
+    AppendPlainIntegerValue<u'x'>(out, spec, value, false);
+  } else {
+    AppendPlainIntegerValue<u'X'>(out, spec, value, false);
   }
-  AppendPlainIntegerValue<kConversion>(out, spec, value, false);
 }
 
 template <char16_t kConversion, bool kWide>
@@ -832,10 +842,6 @@ SingleAppender SingleIntegerAppender(const Spec& spec, ArgType type) {
   // Every integer argument is either an int or a 64-bit value on this platform.
   static_assert(sizeof(long) == 8 && sizeof(long long) == 8 && sizeof(intmax_t) == 8 && sizeof(size_t) == 8 &&
                 sizeof(ptrdiff_t) == 8);
-  if (type == ArgType::kInt && spec.width == 2 && (spec.flags & kZero)) {
-    if (spec.conversion == u'x') return AppendHexByte<u'x'>;
-    if (spec.conversion == u'X') return AppendHexByte<u'X'>;
-  }
   return type == ArgType::kInt ? SingleIntegerAppenderOfWidth<false>(spec.conversion)
                                : SingleIntegerAppenderOfWidth<true>(spec.conversion);
 }
@@ -882,6 +888,20 @@ inline __attribute__((always_inline)) void AppendFormatList(CFMutableStringRef t
   }
   if (format->immortal()) {
     const ParsedFormat& parsed = *ParsedConstant(format);
+    if (parsed.hexPairs) {
+      // A byte in hexadecimal, the form data is dumped in, one call per byte: two units from
+      // a table.
+      unsigned value = static_cast<unsigned>(va_arg(*arguments, int));
+      if (value < 256) {
+        std::u16string& chars = theString->chars;
+        if (chars.capacity() - chars.size() < 2) [[unlikely]]
+          Grow(&chars, 2);
+        chars.append(parsed.hexPairs[value], 2);
+      } else {
+        AppendWideHex(&theString->chars, parsed.specs[0], value);
+      }
+      return;
+    }
     if (parsed.appendSingle) {
       // One number and nothing else, as when data is printed one byte at a time: this path
       // runs for every byte and is kept free of everything the general one needs.
