@@ -246,6 +246,9 @@ TEST(CFStringFind, FoldedMatchesMapBackToTheText) {
   // Surrogate pairs are found whole and never split.
   ExpectRange(Find(u"a\U0001F600b", u"\U0001F600", 0), 1, 2);
   ExpectRange(Find(u"a\U0001F600b", u"\U0001F600B", kCFCompareCaseInsensitive), 1, 3);
+  // A mark alone is nothing once diacritics are ignored.
+  ExpectRange(Find(u"cafe\u0301", u"\u0301", kCFCompareDiacriticInsensitive), kCFNotFound, 0);
+  ExpectRange(Find(u"cafe\u0301", u"\u0301", 0), 4, 1);
 }
 
 TEST(CFStringFind, WithinARange) {

@@ -326,7 +326,7 @@ class Searcher {
 
   // The first match that starts at or after from and ends at or before to.
   bool findForward(size_t from, size_t to, bool anchored, size_t* start, size_t* end) const {
-    if (needle_.empty()) return false;
+    if (empty()) return false;
     if (!folding_ && !anchored) {
       size_t found = text_.substr(0, to).find(needle_, from);
       if (found == std::u16string_view::npos) return false;
@@ -343,7 +343,7 @@ class Searcher {
 
   // The last match that lies within [from, to); anchored, it must end at to.
   bool findBackward(size_t from, size_t to, bool anchored, size_t* start, size_t* end) const {
-    if (needle_.empty()) return false;
+    if (empty()) return false;
     for (size_t i = to; i > from;) {
       --i;
       if (matchAt(i, to, start, end) && (!anchored || *end == to)) return true;
@@ -352,6 +352,10 @@ class Searcher {
   }
 
  private:
+  // Nothing is found of an empty text, nor of one that the options reduce to nothing (a lone
+  // combining mark when diacritics are ignored).
+  bool empty() const { return needle_.empty() || (folding_ && foldedNeedle_.empty()); }
+
   bool matchAt(size_t i, size_t limit, size_t* start, size_t* end) const {
     if (!folding_) {
       if (limit - i < needle_.size() || text_.compare(i, needle_.size(), needle_) != 0) return false;
@@ -364,7 +368,7 @@ class Searcher {
     // A character that folds to nothing (a dropped mark) does not begin a match.
     size_t next = i + 1;
     while (next < offsets_.size() && offsets_[next] == UINT32_MAX) ++next;
-    if (offsets_[next] == at && !foldedNeedle_.empty()) return false;
+    if (offsets_[next] == at) return false;
     if (foldedText_.size() - at < foldedNeedle_.size() ||
         foldedText_.compare(at, foldedNeedle_.size(), foldedNeedle_) != 0)
       return false;
