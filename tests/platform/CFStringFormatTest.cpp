@@ -187,8 +187,12 @@ TEST(CFStringFormat, Characters) {
 TEST(CFStringFormat, CStrings) {
   EXPECT_EQ(F(CFSTR("<%s>"), "plain"), "<plain>");
   EXPECT_EQ(F(CFSTR("<%s>"), "gr\xc3\xbc\xc3\x9f"), "<gr\xc3\xbc\xc3\x9f>");
-  // Bytes that are not UTF-8 are read as ISO Latin 1.
+  // Bytes that are not UTF-8 are read as ISO Latin 1, each on its own.
   EXPECT_EQ(F(CFSTR("<%s>"), "caf\xe9"), "<caf\xc3\xa9>");
+  EXPECT_EQ(F(CFSTR("<%s>"), "\xc3\xa9\xe9\xff\xc3"), "<\xc3\xa9\xc3\xa9\xc3\xbf\xc3\x83>");
+  EXPECT_EQ(F(CFSTR("<%s>"), "\xed\xa0\x80"), "<\xc3\xad\xc2\xa0\xc2\x80>");  // an encoded surrogate
+  // A precision that cuts a UTF-8 sequence leaves its first bytes as ISO Latin 1.
+  EXPECT_EQ(F(CFSTR("<%.2s>"), "a\xc3\xa9"), "<a\xc3\x83>");
   EXPECT_EQ(F(CFSTR("<%s>"), static_cast<const char*>(nullptr)), "<(null)>");
   EXPECT_EQ(F(CFSTR("<%8s|%-8s>"), "ab", "cd"), "<      ab|cd      >");
   EXPECT_EQ(F(CFSTR("<%.3s>"), "abcdef"), "<abc>");
