@@ -88,18 +88,18 @@ void ExpectEveryWay(const char* format, Value value) {
 }
 
 TEST(CFStringFormat, IntegerFlagsWidthPrecisionMatchTheCLibrary) {
-  const char* formats[] = {"%d",    "%5d",   "%-5d|", "%05d",  "%+d",    "% d",    "%+05d", "%-+5d|", "%.3d",
-                           "%8.3d", "%-8.3d|", "%08.3d", "%.0d", "%5.0d", "%#.0o", "%#5x",  "%#08x", "%-#8x|",
-                           "%+.0d", "% 05d", "%x",    "%.5x",  "%#.5o", "%2d",    "%'d",    "%02x",  "%02X",
-                           "%o",    "%u",    "%10u",  "%010o", "%i",    "<%d>",   "%d%%",   "[%3x]"};
+  const char* formats[] = {"%d",    "%5d",     "%-5d|",  "%05d",  "%+d",   "% d",   "%+05d", "%-+5d|", "%.3d",
+                           "%8.3d", "%-8.3d|", "%08.3d", "%.0d",  "%5.0d", "%#.0o", "%#5x",  "%#08x",  "%-#8x|",
+                           "%+.0d", "% 05d",   "%x",     "%.5x",  "%#.5o", "%2d",   "%'d",   "%02x",   "%02X",
+                           "%o",    "%u",      "%10u",   "%010o", "%i",    "<%d>",  "%d%%",  "[%3x]"};
   const int values[] = {0, 1, -1, 7, 42, -42, 255, 123456, INT_MAX, INT_MIN};
   for (const char* format : formats)
     for (int value : values) ExpectEveryWay(format, value);
 }
 
 TEST(CFStringFormat, IntegerLengthModifiersMatchTheCLibrary) {
-  const long long values[] = {0, 1, -1, 127, 128, 255, 256, -129, 65535, 65536, -32769, INT_MAX, INT_MIN,
-                              4294967295LL, 4294967296LL, LLONG_MAX, LLONG_MIN};
+  const long long values[] = {0,     1,      -1,      127,     128,          255,          256,       -129,     65535,
+                              65536, -32769, INT_MAX, INT_MIN, 4294967295LL, 4294967296LL, LLONG_MAX, LLONG_MIN};
   for (long long value : values) {
     ExpectEveryWay("%hhd", static_cast<int>(value));
     ExpectEveryWay("%hhu", static_cast<int>(value));
@@ -247,7 +247,11 @@ TEST(CFStringFormat, PositionalArguments) {
 
 TEST(CFStringFormat, NumberOfUnitsWritten) {
   int count = -1;
-  EXPECT_EQ(F(CFSTR("\xe2\x82\xac" "ab%n!"), &count), "\xe2\x82\xac" "ab!");
+  EXPECT_EQ(F(CFSTR("\xe2\x82\xac"
+                    "ab%n!"),
+              &count),
+            "\xe2\x82\xac"
+            "ab!");
   EXPECT_EQ(count, 3);
 }
 

@@ -31,8 +31,8 @@ Bytes Encode(CFStringRef string, CFStringEncoding encoding, bool external = fals
   CFIndex count = CFStringGetBytes(string, CFRangeMake(0, length), encoding, lossByte, external, nullptr, 0, &needed);
   Bytes bytes(static_cast<size_t>(needed));
   CFIndex used = -1;
-  CFIndex written = CFStringGetBytes(string, CFRangeMake(0, length), encoding, lossByte, external, bytes.data(),
-                                     needed, &used);
+  CFIndex written =
+      CFStringGetBytes(string, CFRangeMake(0, length), encoding, lossByte, external, bytes.data(), needed, &used);
   EXPECT_EQ(count, written);
   EXPECT_EQ(needed, used);
   if (converted) *converted = written;
@@ -103,10 +103,8 @@ TEST(CFStringEncoding, RoundTripsEveryEncoding) {
 TEST(CFStringEncoding, ExactBytes) {
   CFStringRef text = FromUnits(u"a\u00e9\u20ac\U0001F600");
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF8), (Bytes{'a', 0xC3, 0xA9, 0xE2, 0x82, 0xAC, 0xF0, 0x9F, 0x98, 0x80}));
-  EXPECT_EQ(Encode(text, kCFStringEncodingUTF16BE),
-            (Bytes{0, 'a', 0x00, 0xE9, 0x20, 0xAC, 0xD8, 0x3D, 0xDE, 0x00}));
-  EXPECT_EQ(Encode(text, kCFStringEncodingUTF16LE),
-            (Bytes{'a', 0, 0xE9, 0x00, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE}));
+  EXPECT_EQ(Encode(text, kCFStringEncodingUTF16BE), (Bytes{0, 'a', 0x00, 0xE9, 0x20, 0xAC, 0xD8, 0x3D, 0xDE, 0x00}));
+  EXPECT_EQ(Encode(text, kCFStringEncodingUTF16LE), (Bytes{'a', 0, 0xE9, 0x00, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE}));
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF32BE),
             (Bytes{0, 0, 0, 'a', 0, 0, 0, 0xE9, 0, 0, 0x20, 0xAC, 0, 0x01, 0xF6, 0x00}));
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF32LE),

@@ -2,8 +2,8 @@
 // diacritic-insensitive, numeric, localized through ICU collation), search, find-and-replace,
 // and locale-aware case mapping.
 #include <CoreFoundation/CFString.h>
-#include <unicode/ucol.h>
 #include <unicode/uchar.h>
+#include <unicode/ucol.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
@@ -33,7 +33,8 @@ constexpr CFStringCompareFlags kFoldingOptions =
 }
 
 void CheckRange(const char* function, CFStringRef string, CFRange range) {
-  if (range.location < 0 || range.length < 0 || static_cast<size_t>(range.location + range.length) > string->chars.size()) {
+  if (range.location < 0 || range.length < 0 ||
+      static_cast<size_t>(range.location + range.length) > string->chars.size()) {
     std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; string length %zu\n", function, range.location,
                  range.length, string->chars.size());
     std::abort();
@@ -134,8 +135,8 @@ void AppendFolded(UChar32 c, CFStringCompareFlags options, std::u16string* out) 
   }
   if (options & kCFCompareCaseInsensitive) {
     UErrorCode error = U_ZERO_ERROR;
-    int32_t length = u_strFoldCase(buffer, 32, pieces.data(), static_cast<int32_t>(pieces.size()),
-                                   U_FOLD_CASE_DEFAULT, &error);
+    int32_t length =
+        u_strFoldCase(buffer, 32, pieces.data(), static_cast<int32_t>(pieces.size()), U_FOLD_CASE_DEFAULT, &error);
     if (U_SUCCESS(error)) pieces.assign(buffer, buffer + length);
   }
   if (options & (kCFCompareNonliteral | kCFCompareDiacriticInsensitive)) {
@@ -433,8 +434,8 @@ CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRe
 CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2,
                                    CFStringCompareFlags compareOptions) {
   if (!theString1 || !theString2) Halt("CFStringCompare", "NULL string");
-  return Compare(theString1, theString2, CFRangeMake(0, static_cast<CFIndex>(theString1->chars.size())),
-                 compareOptions, nullptr, true);
+  return Compare(theString1, theString2, CFRangeMake(0, static_cast<CFIndex>(theString1->chars.size())), compareOptions,
+                 nullptr, true);
 }
 
 Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
@@ -506,7 +507,8 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringT
     copied = matchEnd;
   }
   result.append(range.substr(copied));
-  result.append(std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location + rangeToSearch.length)));
+  result.append(
+      std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location + rangeToSearch.length)));
   theString->chars = std::move(result);
   return static_cast<CFIndex>(matches.size());
 }

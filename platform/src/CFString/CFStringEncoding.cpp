@@ -2,6 +2,7 @@
 // Mac OS Roman, ISO Latin 1, Windows Latin 1, the UTF-16 and UTF-32 forms, non-lossy ASCII),
 // C strings, buffer sizes, numeric values of strings, and the NSStringEncoding mapping.
 #include <Foundation/NSObjCRuntime.h>
+#include <locale.h>
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <locale.h>
 #include <map>
 #include <mutex>
 #include <string>
@@ -38,19 +38,32 @@ enum class Kind {
 
 Kind KindOf(CFStringEncoding encoding) {
   switch (encoding) {
-    case kCFStringEncodingUTF8: return Kind::kUTF8;
-    case kCFStringEncodingASCII: return Kind::kASCII;
-    case kCFStringEncodingMacRoman: return Kind::kMacRoman;
-    case kCFStringEncodingISOLatin1: return Kind::kLatin1;
-    case kCFStringEncodingWindowsLatin1: return Kind::kWindowsLatin1;
-    case kCFStringEncodingUTF16: return Kind::kUTF16Host;
-    case kCFStringEncodingUTF16BE: return Kind::kUTF16BE;
-    case kCFStringEncodingUTF16LE: return Kind::kUTF16LE;
-    case kCFStringEncodingUTF32: return Kind::kUTF32Host;
-    case kCFStringEncodingUTF32BE: return Kind::kUTF32BE;
-    case kCFStringEncodingUTF32LE: return Kind::kUTF32LE;
-    case kCFStringEncodingNonLossyASCII: return Kind::kNonLossyASCII;
-    default: return Kind::kUnsupported;
+    case kCFStringEncodingUTF8:
+      return Kind::kUTF8;
+    case kCFStringEncodingASCII:
+      return Kind::kASCII;
+    case kCFStringEncodingMacRoman:
+      return Kind::kMacRoman;
+    case kCFStringEncodingISOLatin1:
+      return Kind::kLatin1;
+    case kCFStringEncodingWindowsLatin1:
+      return Kind::kWindowsLatin1;
+    case kCFStringEncodingUTF16:
+      return Kind::kUTF16Host;
+    case kCFStringEncodingUTF16BE:
+      return Kind::kUTF16BE;
+    case kCFStringEncodingUTF16LE:
+      return Kind::kUTF16LE;
+    case kCFStringEncodingUTF32:
+      return Kind::kUTF32Host;
+    case kCFStringEncodingUTF32BE:
+      return Kind::kUTF32BE;
+    case kCFStringEncodingUTF32LE:
+      return Kind::kUTF32LE;
+    case kCFStringEncodingNonLossyASCII:
+      return Kind::kNonLossyASCII;
+    default:
+      return Kind::kUnsupported;
   }
 }
 
@@ -232,7 +245,8 @@ bool Decode(const UInt8* bytes, size_t n, Kind kind, bool external, std::u16stri
       out->reserve(n / 2);
       // UTF-16 carries any unit, unpaired surrogates included, as the string itself does.
       for (size_t i = 0; i < n; i += 2)
-        out->push_back(static_cast<char16_t>(bigEndian ? (bytes[i] << 8) | bytes[i + 1] : (bytes[i + 1] << 8) | bytes[i]));
+        out->push_back(
+            static_cast<char16_t>(bigEndian ? (bytes[i] << 8) | bytes[i + 1] : (bytes[i + 1] << 8) | bytes[i]));
       return true;
     }
     case Kind::kUTF32Host:
@@ -486,14 +500,22 @@ struct EncodingPair {
 // The NSStringEncoding values below 0x80000000 and their CF encodings; every other CF encoding
 // is the NSStringEncoding value with the high bit set.
 constexpr EncodingPair kEncodingPairs[] = {
-    {1, kCFStringEncodingASCII},          {2, kCFStringEncodingNextStepLatin},
-    {3, 0x0920 /* EUC-JP */},             {4, kCFStringEncodingUTF8},
-    {5, kCFStringEncodingISOLatin1},      {6, 0x0021 /* Mac Symbol */},
-    {7, kCFStringEncodingNonLossyASCII},  {8, 0x0421 /* DOS Japanese (Shift JIS) */},
-    {9, 0x0202 /* ISO Latin 2 */},        {10, kCFStringEncodingUnicode},
-    {11, 0x0502 /* Windows Cyrillic */},  {12, kCFStringEncodingWindowsLatin1},
-    {13, 0x0503 /* Windows Greek */},     {14, 0x0504 /* Windows Latin 5 */},
-    {15, 0x0501 /* Windows Latin 2 */},   {21, 0x0820 /* ISO-2022-JP */},
+    {1, kCFStringEncodingASCII},
+    {2, kCFStringEncodingNextStepLatin},
+    {3, 0x0920 /* EUC-JP */},
+    {4, kCFStringEncodingUTF8},
+    {5, kCFStringEncodingISOLatin1},
+    {6, 0x0021 /* Mac Symbol */},
+    {7, kCFStringEncodingNonLossyASCII},
+    {8, 0x0421 /* DOS Japanese (Shift JIS) */},
+    {9, 0x0202 /* ISO Latin 2 */},
+    {10, kCFStringEncodingUnicode},
+    {11, 0x0502 /* Windows Cyrillic */},
+    {12, kCFStringEncodingWindowsLatin1},
+    {13, 0x0503 /* Windows Greek */},
+    {14, 0x0504 /* Windows Latin 5 */},
+    {15, 0x0501 /* Windows Latin 2 */},
+    {21, 0x0820 /* ISO-2022-JP */},
     {30, kCFStringEncodingMacRoman},
 };
 
@@ -525,18 +547,28 @@ void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStr
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
   CFIndex perUnit = 1;
   switch (KindOf(encoding)) {
-    case Kind::kUTF8: perUnit = 3; break;
+    case Kind::kUTF8:
+      perUnit = 3;
+      break;
     case Kind::kUTF16Host:
     case Kind::kUTF16BE:
-    case Kind::kUTF16LE: perUnit = 2; break;
+    case Kind::kUTF16LE:
+      perUnit = 2;
+      break;
     case Kind::kUTF32Host:
     case Kind::kUTF32BE:
-    case Kind::kUTF32LE: perUnit = 4; break;
-    case Kind::kNonLossyASCII: perUnit = 6; break;
+    case Kind::kUTF32LE:
+      perUnit = 4;
+      break;
+    case Kind::kNonLossyASCII:
+      perUnit = 6;
+      break;
     case Kind::kASCII:
     case Kind::kMacRoman:
     case Kind::kLatin1:
-    case Kind::kWindowsLatin1: perUnit = 1; break;
+    case Kind::kWindowsLatin1:
+      perUnit = 1;
+      break;
     case Kind::kUnsupported:
       // The one-byte encodings the host knows by name but cannot convert still need one byte
       // a character; for anything else no size can be promised.
@@ -590,8 +622,8 @@ const char* CFStringGetCStringPtr(CFStringRef theString, CFStringEncoding encodi
   if (found != table.end()) return found->second.c_str();
   std::u16string_view chars = zrp::View(theString);
   if (chars.find(u'\0') != std::u16string_view::npos) return nullptr;
-  std::string bytes(static_cast<size_t>(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(chars.size()), encoding)),
-                    '\0');
+  std::string bytes(
+      static_cast<size_t>(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(chars.size()), encoding)), '\0');
   CFIndex used = 0;
   if (EncodeRange(chars, kind, 0, false, reinterpret_cast<UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()),
                   &used) != static_cast<CFIndex>(chars.size()))

@@ -2,7 +2,6 @@
 // its flags, width, precision and length modifiers, positional arguments, and the platform's
 // own conversions %@ (an object's description), %C (a UniChar) and %S (a UniChar string).
 #include <CoreFoundation/CFString.h>
-
 #include <locale.h>
 
 #include <algorithm>
@@ -21,7 +20,18 @@
 
 namespace {
 
-enum class ArgType : uint8_t { kNone, kInt, kLong, kLongLong, kIntMax, kSize, kPtrDiff, kDouble, kLongDouble, kPointer };
+enum class ArgType : uint8_t {
+  kNone,
+  kInt,
+  kLong,
+  kLongLong,
+  kIntMax,
+  kSize,
+  kPtrDiff,
+  kDouble,
+  kLongDouble,
+  kPointer
+};
 enum class Length : uint8_t { kNone, kChar, kShort, kLong, kLongLong, kIntMax, kSize, kPtrDiff, kLongDouble };
 
 // Widths and precisions up to this many units are formatted in a buffer on the stack.
@@ -41,7 +51,7 @@ struct Spec {
   int widthArg = -1;   // argument index of a '*' width
   int precisionArg = -1;
   int valueArg = -1;
-  bool plain = false;  // an integer with at most a width and the 0 flag
+  bool plain = false;      // an integer with at most a width and the 0 flag
   uint8_t valueBits = 64;  // the bits of an integer argument its length modifier keeps
 };
 
@@ -87,26 +97,51 @@ int ReadPosition(std::u16string_view text, size_t* i) {
 
 ArgType IntegerType(Length length) {
   switch (length) {
-    case Length::kLong: return ArgType::kLong;
-    case Length::kLongLong: return ArgType::kLongLong;
-    case Length::kIntMax: return ArgType::kIntMax;
-    case Length::kSize: return ArgType::kSize;
-    case Length::kPtrDiff: return ArgType::kPtrDiff;
-    default: return ArgType::kInt;
+    case Length::kLong:
+      return ArgType::kLong;
+    case Length::kLongLong:
+      return ArgType::kLongLong;
+    case Length::kIntMax:
+      return ArgType::kIntMax;
+    case Length::kSize:
+      return ArgType::kSize;
+    case Length::kPtrDiff:
+      return ArgType::kPtrDiff;
+    default:
+      return ArgType::kInt;
   }
 }
 
 ArgType TypeOfConversion(char16_t conversion, Length length) {
   switch (conversion) {
-    case u'd': case u'i': case u'o': case u'u': case u'x': case u'X':
+    case u'd':
+    case u'i':
+    case u'o':
+    case u'u':
+    case u'x':
+    case u'X':
       return IntegerType(length);
-    case u'D': case u'U': case u'O':
+    case u'D':
+    case u'U':
+    case u'O':
       return length == Length::kNone ? ArgType::kInt : IntegerType(length);
-    case u'c': case u'C':
+    case u'c':
+    case u'C':
       return ArgType::kInt;
-    case u'e': case u'E': case u'f': case u'F': case u'g': case u'G': case u'a': case u'A':
+    case u'e':
+    case u'E':
+    case u'f':
+    case u'F':
+    case u'g':
+    case u'G':
+    case u'a':
+    case u'A':
       return length == Length::kLongDouble ? ArgType::kLongDouble : ArgType::kDouble;
-    case u's': case u'S': case u'p': case u'@': case u'n':
+    case u's':
+    case u'S':
+    case u'p':
+    case u'@':
+    case u'n':
       return ArgType::kPointer;
     default:
       return ArgType::kNone;
@@ -116,7 +151,8 @@ ArgType TypeOfConversion(char16_t conversion, Length length) {
 void NoteArgument(ParsedFormat* parsed, int index, ArgType type) {
   if (index < 0) return;
   if (static_cast<size_t>(index) >= parsed->argTypes.size()) parsed->argTypes.resize(static_cast<size_t>(index) + 1);
-  if (parsed->argTypes[static_cast<size_t>(index)] == ArgType::kNone) parsed->argTypes[static_cast<size_t>(index)] = type;
+  if (parsed->argTypes[static_cast<size_t>(index)] == ArgType::kNone)
+    parsed->argTypes[static_cast<size_t>(index)] = type;
 }
 
 // The two digits of every byte, for "%02x" and "%02X".
@@ -159,13 +195,32 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
     int position = ReadPosition(text, &i);
     for (bool more = true; more && i < text.size();) {
       switch (text[i]) {
-        case u'-': spec.flags |= kMinus; ++i; break;
-        case u'+': spec.flags |= kPlus; ++i; break;
-        case u' ': spec.flags |= kSpace; ++i; break;
-        case u'#': spec.flags |= kHash; ++i; break;
-        case u'0': spec.flags |= kZero; ++i; break;
-        case u'\'': spec.flags |= kQuote; ++i; break;
-        default: more = false;
+        case u'-':
+          spec.flags |= kMinus;
+          ++i;
+          break;
+        case u'+':
+          spec.flags |= kPlus;
+          ++i;
+          break;
+        case u' ':
+          spec.flags |= kSpace;
+          ++i;
+          break;
+        case u'#':
+          spec.flags |= kHash;
+          ++i;
+          break;
+        case u'0':
+          spec.flags |= kZero;
+          ++i;
+          break;
+        case u'\'':
+          spec.flags |= kQuote;
+          ++i;
+          break;
+        default:
+          more = false;
       }
     }
     if (i < text.size() && text[i] == u'*') {
@@ -200,12 +255,28 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
           spec.lengthModifier = Length::kLong;
           if (i < text.size() && text[i] == u'l') ++i, spec.lengthModifier = Length::kLongLong;
           break;
-        case u'q': ++i; spec.lengthModifier = Length::kLongLong; break;
-        case u'j': ++i; spec.lengthModifier = Length::kIntMax; break;
-        case u'z': ++i; spec.lengthModifier = Length::kSize; break;
-        case u't': ++i; spec.lengthModifier = Length::kPtrDiff; break;
-        case u'L': ++i; spec.lengthModifier = Length::kLongDouble; break;
-        default: break;
+        case u'q':
+          ++i;
+          spec.lengthModifier = Length::kLongLong;
+          break;
+        case u'j':
+          ++i;
+          spec.lengthModifier = Length::kIntMax;
+          break;
+        case u'z':
+          ++i;
+          spec.lengthModifier = Length::kSize;
+          break;
+        case u't':
+          ++i;
+          spec.lengthModifier = Length::kPtrDiff;
+          break;
+        case u'L':
+          ++i;
+          spec.lengthModifier = Length::kLongDouble;
+          break;
+        default:
+          break;
       }
     }
     if (i >= text.size()) {
@@ -235,10 +306,18 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
   int ordinal = 0;
   for (Spec& spec : parsed->specs) {
     switch (spec.lengthModifier) {
-      case Length::kChar: spec.valueBits = 8; break;
-      case Length::kShort: spec.valueBits = 16; break;
-      case Length::kNone: spec.valueBits = 32; break;
-      default: spec.valueBits = 64; break;
+      case Length::kChar:
+        spec.valueBits = 8;
+        break;
+      case Length::kShort:
+        spec.valueBits = 16;
+        break;
+      case Length::kNone:
+        spec.valueBits = 32;
+        break;
+      default:
+        spec.valueBits = 64;
+        break;
     }
     spec.plain = spec.precision < 0 && spec.widthArg < 0 && spec.precisionArg < 0 && spec.width <= kInlineDigits &&
                  (spec.flags & (kMinus | kPlus | kSpace | kHash)) == 0;
@@ -310,15 +389,33 @@ void FetchArguments(const ParsedFormat& parsed, va_list* arguments, Arg* args) {
   for (size_t k = 0; k < parsed.argTypes.size(); ++k) {
     switch (parsed.argTypes[k]) {
       case ArgType::kNone:  // an unused position: an int is the best guess of its size
-      case ArgType::kInt: args[k].integer = va_arg(*arguments, int); break;
-      case ArgType::kLong: args[k].integer = va_arg(*arguments, long); break;
-      case ArgType::kLongLong: args[k].integer = va_arg(*arguments, long long); break;
-      case ArgType::kIntMax: args[k].integer = static_cast<long long>(va_arg(*arguments, intmax_t)); break;
-      case ArgType::kSize: args[k].integer = static_cast<long long>(va_arg(*arguments, size_t)); break;
-      case ArgType::kPtrDiff: args[k].integer = static_cast<long long>(va_arg(*arguments, ptrdiff_t)); break;
-      case ArgType::kDouble: args[k].real = va_arg(*arguments, double); break;
-      case ArgType::kLongDouble: args[k].longReal = va_arg(*arguments, long double); break;
-      case ArgType::kPointer: args[k].pointer = va_arg(*arguments, const void*); break;
+      case ArgType::kInt:
+        args[k].integer = va_arg(*arguments, int);
+        break;
+      case ArgType::kLong:
+        args[k].integer = va_arg(*arguments, long);
+        break;
+      case ArgType::kLongLong:
+        args[k].integer = va_arg(*arguments, long long);
+        break;
+      case ArgType::kIntMax:
+        args[k].integer = static_cast<long long>(va_arg(*arguments, intmax_t));
+        break;
+      case ArgType::kSize:
+        args[k].integer = static_cast<long long>(va_arg(*arguments, size_t));
+        break;
+      case ArgType::kPtrDiff:
+        args[k].integer = static_cast<long long>(va_arg(*arguments, ptrdiff_t));
+        break;
+      case ArgType::kDouble:
+        args[k].real = va_arg(*arguments, double);
+        break;
+      case ArgType::kLongDouble:
+        args[k].longReal = va_arg(*arguments, long double);
+        break;
+      case ArgType::kPointer:
+        args[k].pointer = va_arg(*arguments, const void*);
+        break;
     }
   }
 }
@@ -336,8 +433,8 @@ void AppendPadded(std::u16string* out, std::u16string_view text, const Spec& spe
 // Writes an integer conversion to p, which has room for max(width, precision) + 24 units;
 // returns the number of units written.
 // Inlined: it runs once a byte when data is printed in hexadecimal.
-inline __attribute__((always_inline)) size_t WriteInteger(char16_t* p, const Spec& spec, int width, int precision, unsigned long long magnitude,
-                    bool negative, bool isSigned) {
+inline __attribute__((always_inline)) size_t WriteInteger(char16_t* p, const Spec& spec, int width, int precision,
+                                                          unsigned long long magnitude, bool negative, bool isSigned) {
   char16_t conversion = spec.conversion;
   // The digits, least significant first.
   char16_t digits[24];
@@ -405,17 +502,25 @@ void AppendInteger(std::u16string* out, const Spec& spec, int width, int precisi
 
 // The value of an integer conversion's argument as a magnitude and a sign, cut to the size
 // its length modifier names.
-inline __attribute__((always_inline)) void IntegerValue(const Spec& spec, long long raw, unsigned long long* magnitude, bool* negative) {
+inline __attribute__((always_inline)) void IntegerValue(const Spec& spec, long long raw, unsigned long long* magnitude,
+                                                        bool* negative) {
   switch (spec.conversion) {
     case u'd':
     case u'i':
     case u'D': {
       long long v = raw;
       switch (spec.lengthModifier) {
-        case Length::kChar: v = static_cast<signed char>(v); break;
-        case Length::kShort: v = static_cast<short>(v); break;
-        case Length::kNone: v = static_cast<int>(v); break;
-        default: break;
+        case Length::kChar:
+          v = static_cast<signed char>(v);
+          break;
+        case Length::kShort:
+          v = static_cast<short>(v);
+          break;
+        case Length::kNone:
+          v = static_cast<int>(v);
+          break;
+        default:
+          break;
       }
       *negative = v < 0;
       *magnitude = v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
@@ -424,12 +529,23 @@ inline __attribute__((always_inline)) void IntegerValue(const Spec& spec, long l
     default: {
       unsigned long long v = static_cast<unsigned long long>(raw);
       switch (spec.lengthModifier) {
-        case Length::kChar: v = static_cast<unsigned char>(v); break;
-        case Length::kShort: v = static_cast<unsigned short>(v); break;
-        case Length::kNone: v = static_cast<unsigned int>(v); break;
-        case Length::kLong: v = static_cast<unsigned long>(v); break;
-        case Length::kSize: v = static_cast<size_t>(v); break;
-        default: break;
+        case Length::kChar:
+          v = static_cast<unsigned char>(v);
+          break;
+        case Length::kShort:
+          v = static_cast<unsigned short>(v);
+          break;
+        case Length::kNone:
+          v = static_cast<unsigned int>(v);
+          break;
+        case Length::kLong:
+          v = static_cast<unsigned long>(v);
+          break;
+        case Length::kSize:
+          v = static_cast<size_t>(v);
+          break;
+        default:
+          break;
       }
       *negative = false;
       *magnitude = v;
@@ -581,8 +697,9 @@ void AppendConversion(std::u16string* out, size_t start, const Spec& spec, const
       return;
     case u'c': {
       // %lc is a UniChar, as %C; %c a byte of the system's single-byte range.
-      char16_t c = spec.lengthModifier == Length::kLong ? static_cast<char16_t>(value->integer)
-                                                         : static_cast<char16_t>(static_cast<unsigned char>(value->integer));
+      char16_t c = spec.lengthModifier == Length::kLong
+                       ? static_cast<char16_t>(value->integer)
+                       : static_cast<char16_t>(static_cast<unsigned char>(value->integer));
       AppendPadded(out, std::u16string_view(&c, 1), spec, width);
       return;
     }
@@ -638,7 +755,8 @@ void AppendConversion(std::u16string* out, size_t start, const Spec& spec, const
       CFStringRef text = CFGetTypeID(object) == CFStringGetTypeID() ? static_cast<CFStringRef>(object) : nullptr;
       CFStringRef description = text ? nullptr : CFCopyDescription(object);
       std::u16string_view chars = text ? zrp::View(text) : description ? zrp::View(description) : u"(null)";
-      if (precision >= 0 && chars.size() > static_cast<size_t>(precision)) chars = chars.substr(0, static_cast<size_t>(precision));
+      if (precision >= 0 && chars.size() > static_cast<size_t>(precision))
+        chars = chars.substr(0, static_cast<size_t>(precision));
       AppendPadded(out, chars, spec, width);
       if (description) CFRelease(description);
       return;
@@ -649,14 +767,30 @@ void AppendConversion(std::u16string* out, size_t start, const Spec& spec, const
       void* target = const_cast<void*>(value->pointer);
       if (!target) return;
       switch (spec.lengthModifier) {
-        case Length::kChar: *static_cast<signed char*>(target) = static_cast<signed char>(written); break;
-        case Length::kShort: *static_cast<short*>(target) = static_cast<short>(written); break;
-        case Length::kLong: *static_cast<long*>(target) = static_cast<long>(written); break;
-        case Length::kLongLong: *static_cast<long long*>(target) = written; break;
-        case Length::kIntMax: *static_cast<intmax_t*>(target) = written; break;
-        case Length::kSize: *static_cast<size_t*>(target) = static_cast<size_t>(written); break;
-        case Length::kPtrDiff: *static_cast<ptrdiff_t*>(target) = static_cast<ptrdiff_t>(written); break;
-        default: *static_cast<int*>(target) = static_cast<int>(written); break;
+        case Length::kChar:
+          *static_cast<signed char*>(target) = static_cast<signed char>(written);
+          break;
+        case Length::kShort:
+          *static_cast<short*>(target) = static_cast<short>(written);
+          break;
+        case Length::kLong:
+          *static_cast<long*>(target) = static_cast<long>(written);
+          break;
+        case Length::kLongLong:
+          *static_cast<long long*>(target) = written;
+          break;
+        case Length::kIntMax:
+          *static_cast<intmax_t*>(target) = written;
+          break;
+        case Length::kSize:
+          *static_cast<size_t*>(target) = static_cast<size_t>(written);
+          break;
+        case Length::kPtrDiff:
+          *static_cast<ptrdiff_t*>(target) = static_cast<ptrdiff_t>(written);
+          break;
+        default:
+          *static_cast<int*>(target) = static_cast<int>(written);
+          break;
       }
       return;
     }
@@ -686,19 +820,25 @@ void FormatInto(std::u16string* out, std::u16string_view text, const ParsedForma
 
 inline __attribute__((always_inline)) long long FetchInteger(ArgType type, va_list* arguments) {
   switch (type) {
-    case ArgType::kLong: return va_arg(*arguments, long);
-    case ArgType::kLongLong: return va_arg(*arguments, long long);
-    case ArgType::kIntMax: return static_cast<long long>(va_arg(*arguments, intmax_t));
-    case ArgType::kSize: return static_cast<long long>(va_arg(*arguments, size_t));
-    case ArgType::kPtrDiff: return static_cast<long long>(va_arg(*arguments, ptrdiff_t));
-    default: return va_arg(*arguments, int);
+    case ArgType::kLong:
+      return va_arg(*arguments, long);
+    case ArgType::kLongLong:
+      return va_arg(*arguments, long long);
+    case ArgType::kIntMax:
+      return static_cast<long long>(va_arg(*arguments, intmax_t));
+    case ArgType::kSize:
+      return static_cast<long long>(va_arg(*arguments, size_t));
+    case ArgType::kPtrDiff:
+      return static_cast<long long>(va_arg(*arguments, ptrdiff_t));
+    default:
+      return va_arg(*arguments, int);
   }
 }
 
 // An integer with at most a width and the 0 flag, the common case, written without the
 // general case's bookkeeping; p has room for the width plus 24 units.
-inline __attribute__((always_inline)) size_t WritePlainInteger(char16_t* p, const Spec& spec,
-                                                               unsigned long long v, bool negative) {
+inline __attribute__((always_inline)) size_t WritePlainInteger(char16_t* p, const Spec& spec, unsigned long long v,
+                                                               bool negative) {
   // The digits are counted first and written in place, last digit first.
   int digits;
   switch (spec.conversion) {
@@ -729,17 +869,21 @@ inline __attribute__((always_inline)) size_t WritePlainInteger(char16_t* p, cons
   p = d;
   switch (spec.conversion) {
     case u'x':
-      do *--d = static_cast<char16_t>("0123456789abcdef"[v & 15]); while (v >>= 4);
+      do *--d = static_cast<char16_t>("0123456789abcdef"[v & 15]);
+      while (v >>= 4);
       break;
     case u'X':
-      do *--d = static_cast<char16_t>("0123456789ABCDEF"[v & 15]); while (v >>= 4);
+      do *--d = static_cast<char16_t>("0123456789ABCDEF"[v & 15]);
+      while (v >>= 4);
       break;
     case u'o':
     case u'O':
-      do *--d = static_cast<char16_t>(u'0' + (v & 7)); while (v >>= 3);
+      do *--d = static_cast<char16_t>(u'0' + (v & 7));
+      while (v >>= 3);
       break;
     default:
-      do *--d = static_cast<char16_t>(u'0' + v % 10); while (v /= 10);
+      do *--d = static_cast<char16_t>(u'0' + v % 10);
+      while (v /= 10);
       break;
   }
   return static_cast<size_t>(p - start);
@@ -821,7 +965,8 @@ void AppendPlainIntegerValue(std::u16string* out, const Spec& spec, unsigned lon
   } else {
     char16_t text[20];
     int k = digits;
-    do text[--k] = static_cast<char16_t>(u'0' + v % 10); while (v /= 10);
+    do text[--k] = static_cast<char16_t>(u'0' + v % 10);
+    while (v /= 10);
     out->append(text, static_cast<size_t>(digits));
   }
 }
@@ -865,14 +1010,19 @@ void AppendPlainInteger(std::u16string* out, const Spec& spec, va_list* argument
 template <bool kWide>
 SingleAppender SingleIntegerAppenderOfWidth(char16_t conversion) {
   switch (conversion) {
-    case u'x': return AppendPlainInteger<u'x', kWide>;
-    case u'X': return AppendPlainInteger<u'X', kWide>;
+    case u'x':
+      return AppendPlainInteger<u'x', kWide>;
+    case u'X':
+      return AppendPlainInteger<u'X', kWide>;
     case u'o':
-    case u'O': return AppendPlainInteger<u'o', kWide>;
+    case u'O':
+      return AppendPlainInteger<u'o', kWide>;
     case u'd':
     case u'i':
-    case u'D': return AppendPlainInteger<u'd', kWide>;
-    default: return AppendPlainInteger<u'u', kWide>;
+    case u'D':
+      return AppendPlainInteger<u'd', kWide>;
+    default:
+      return AppendPlainInteger<u'u', kWide>;
   }
 }
 
