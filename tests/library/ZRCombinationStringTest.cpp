@@ -335,7 +335,11 @@ TEST_F(CombinationEnglishTest, AMillionStringsWithAHundredThousandDistinct) {
     counts[j] = 10 + delta;
     counts[j + 1] = 10 - delta;
   }
-  auto nameOf = [](int j) { return Utf16((j % 2 ? "item " : "Item ") + std::to_string(j / 2)); };
+  std::vector<std::u16string> names(kDistinct);
+  for (int j = 0; j < kDistinct; ++j) {
+    std::string name = (j % 2 ? "item " : "Item ") + std::to_string(j / 2);
+    names[j].assign(name.begin(), name.end());
+  }
   std::vector<int> order;
   order.reserve(1000000);
   for (int j = 0; j < kDistinct; ++j) order.insert(order.end(), counts[j], j);
@@ -347,7 +351,7 @@ TEST_F(CombinationEnglishTest, AMillionStringsWithAHundredThousandDistinct) {
   std::vector<long> firstSeen(kDistinct, -1);
   for (size_t i = 0; i < order.size(); ++i) {
     if (firstSeen[order[i]] < 0) firstSeen[order[i]] = static_cast<long>(i);
-    strings.push_back(MakeUnits(nameOf(order[i])));
+    strings.push_back(MakeUnits(names[order[i]]));
   }
   CFArrayRef array = CFArrayCreate(NULL, reinterpret_cast<const void**>(strings.data()),
                                    static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
@@ -366,7 +370,8 @@ TEST_F(CombinationEnglishTest, AMillionStringsWithAHundredThousandDistinct) {
     int first = firstSeen[upper] < firstSeen[lower] ? upper : lower;
     for (int j : {first, first == upper ? lower : upper}) {
       if (!expected.empty()) expected += u", ";
-      expected += nameOf(j) + u" (" + Utf16(std::to_string(counts[j])) + u" of 1,000,000)";
+      std::string count = std::to_string(counts[j]);
+      expected += names[j] + u" (" + std::u16string(count.begin(), count.end()) + u" of 1,000,000)";
     }
   }
   EXPECT_EQ(outcome.text.size(), expected.size());
