@@ -258,6 +258,9 @@ TEST(CFStringFormat, NumberOfUnitsWritten) {
 TEST(CFStringFormat, NotAConversionStaysAsItIs) {
   EXPECT_EQ(F(CFSTR("%y %d"), 4), "%y 4");
   EXPECT_EQ(F(CFSTR("trailing %")), "trailing %");
+  // A star of something that is no conversion takes no argument either.
+  EXPECT_EQ(F(CFSTR("%*y %d"), 4), "%*y 4");
+  EXPECT_EQ(F(CFSTR("%99999$d %d"), 5), "%99999$d 5");
 }
 
 TEST(CFStringFormat, AppendFormat) {

@@ -84,11 +84,13 @@ int ReadNumber(std::u16string_view text, size_t* i) {
   return static_cast<int>(value);
 }
 
-// An argument position "n$" at *i; returns the zero-based index, or -1 (and leaves *i).
+// An argument position "n$" at *i; returns the zero-based index, or -1 (and leaves *i). As in
+// the C library, positions go up to a fixed limit; a larger one is no position.
+constexpr int kMaxArguments = 4096;
 int ReadPosition(std::u16string_view text, size_t* i) {
   size_t j = *i;
   int number = ReadNumber(text, &j);
-  if (number > 0 && j < text.size() && text[j] == u'$') {
+  if (number > 0 && number <= kMaxArguments && j < text.size() && text[j] == u'$') {
     *i = j + 1;
     return number - 1;
   }
@@ -190,6 +192,7 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
       continue;
     }
     size_t specStart = i++;
+    int firstArg = nextArg;
     Spec spec;
     spec.start = static_cast<uint32_t>(specStart);
     int position = ReadPosition(text, &i);
@@ -227,7 +230,6 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
       ++i;
       int at = ReadPosition(text, &i);
       spec.widthArg = at >= 0 ? at : nextArg++;
-      NoteArgument(parsed, spec.widthArg, ArgType::kInt);
     } else {
       spec.width = ReadNumber(text, &i);
     }
@@ -237,7 +239,6 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
         ++i;
         int at = ReadPosition(text, &i);
         spec.precisionArg = at >= 0 ? at : nextArg++;
-        NoteArgument(parsed, spec.precisionArg, ArgType::kInt);
       } else {
         int number = ReadNumber(text, &i);
         spec.precision = number < 0 ? 0 : number;
@@ -287,11 +288,14 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
     ArgType type = TypeOfConversion(conversion, spec.lengthModifier);
     if (type == ArgType::kNone && conversion != u'%') {
       // Not a conversion: the text stays literal and takes no argument.
+      nextArg = firstArg;
       continue;
     }
     flushLiteral(specStart);
     spec.conversion = conversion;
     spec.length = static_cast<uint32_t>(i - specStart);
+    NoteArgument(parsed, spec.widthArg, ArgType::kInt);
+    NoteArgument(parsed, spec.precisionArg, ArgType::kInt);
     if (type != ArgType::kNone) {
       spec.valueArg = position >= 0 ? position : nextArg++;
       NoteArgument(parsed, spec.valueArg, type);
