@@ -1,7 +1,6 @@
 // ZRAttributedString.cpp: a string dressed with the system font at a given size.
-#include <ZRFramework/ZRFramework.h>
-
 #include <AppKit/NSFont.h>
+#include <ZRFramework/ZRFramework.h>
 
 #include "diagnostics/Frame.h"
 

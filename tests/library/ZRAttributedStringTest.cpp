@@ -1,8 +1,7 @@
 // ZRAttributedStringTest.cpp: strings dressed with the system font.
+#include <AppKit/NSFont.h>
 #include <ZRFramework/ZRFramework.h>
 #include <gtest/gtest.h>
-
-#include <AppKit/NSFont.h>
 
 #include <cstdio>
 #include <set>
@@ -63,8 +62,8 @@ void ExpectDressed(CFAttributedStringRef attributed, const std::u16string& text,
   EXPECT_EQ(CFDictionaryGetCount(attributes), 1);
   EXPECT_EQ(range.location, 0);
   EXPECT_EQ(range.length, static_cast<CFIndex>(text.size()));
-  CFTypeRef font = CFAttributedStringGetAttribute(attributed, static_cast<CFIndex>(text.size()) - 1,
-                                                  NSFontAttributeName, NULL);
+  CFTypeRef font =
+      CFAttributedStringGetAttribute(attributed, static_cast<CFIndex>(text.size()) - 1, NSFontAttributeName, NULL);
   ASSERT_NE(font, nullptr);
   ASSERT_EQ(CFGetTypeID(font), NSFont::typeID());
   NSFontRef nsFont = static_cast<NSFontRef>(font);
@@ -105,7 +104,8 @@ TEST_F(ZRAttributedStringTest, EmptyString) {
 
 TEST_F(ZRAttributedStringTest, SupplementaryCharactersAndLoneSurrogatesAreKept) {
   for (const std::u16string& text : {std::u16string(u"\U0001F4C8 up"), std::u16string(u"a\xD800"),
-                                     std::u16string(u"\xDC00" u"b\xD83D")}) {
+                                     std::u16string(u"\xDC00"
+                                                    u"b\xD83D")}) {
     CFStringRef string = MakeUnits(text);
     CFAttributedStringRef attributed = NULL;
     ASSERT_EQ(ZRCopyAttributedStringRefOfStringRef(string, 11.0f, &attributed, true), noErr);
@@ -138,12 +138,12 @@ TEST_F(ZRAttributedStringTest, BadArguments) {
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(full, held);
   EXPECT_EQ(CFGetRetainCount(held), 1);
-  EXPECT_EQ(WithoutLines(log.lines()), (std::vector<std::string>{
-                                           Line("inStringRef: 0x0, outAttributedStringRef: " + Pointer(&out)),
-                                           Line("inStringRef: " + Pointer(s) + ", outAttributedStringRef: 0x0"),
-                                           Line("inStringRef: " + Pointer(s) + ", outAttributedStringRef: " +
-                                                Pointer(&full)),
-                                       }));
+  EXPECT_EQ(WithoutLines(log.lines()),
+            (std::vector<std::string>{
+                Line("inStringRef: 0x0, outAttributedStringRef: " + Pointer(&out)),
+                Line("inStringRef: " + Pointer(s) + ", outAttributedStringRef: 0x0"),
+                Line("inStringRef: " + Pointer(s) + ", outAttributedStringRef: " + Pointer(&full)),
+            }));
   log.clear();
   EXPECT_EQ(ZRCopyAttributedStringRefOfStringRef(NULL, 12.0f, &out, false), paramErr);
   EXPECT_EQ(ZRCopyAttributedStringRefOfStringRef(s, 12.0f, &full, false), paramErr);

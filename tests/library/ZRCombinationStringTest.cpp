@@ -267,9 +267,9 @@ TEST_F(CombinationEnglishTest, NamesAreNotFormats) {
 TEST_F(CombinationEnglishTest, SupplementaryCharactersAndLoneSurrogates) {
   LogCapture log;
   // Exact equality keeps pairs, lone halves and look-alikes apart.
-  std::vector<std::u16string> texts = {u"a\xD800",     u"\U0001F600", u"b",      u"a\xD800",    u"\xDC00",
-                                       u"\U0001F600", u"\xD83D",     u"a\xD800", u"e\u0301",    u"\u00e9",
-                                       u"\U0001F601", u"\xDE00",     u"\xD83D", u"\U0001F600"};
+  std::vector<std::u16string> texts = {u"a\xD800",    u"\U0001F600", u"b",       u"a\xD800",   u"\xDC00",
+                                       u"\U0001F600", u"\xD83D",     u"a\xD800", u"e\u0301",   u"\u00e9",
+                                       u"\U0001F601", u"\xDE00",     u"\xD83D",  u"\U0001F600"};
   CFArrayRef array = MakeArray(texts);
   Outcome outcome = Combine(array);
   EXPECT_EQ(outcome.status, noErr);
@@ -305,10 +305,10 @@ TEST_F(CombinationEnglishTest, SameOrderAsInsertingOneByOne) {
   // Random lists over names that collide in every way the order knows: case, accents,
   // numbers, equal ranks, supplementary characters and lone surrogates.
   const std::vector<std::u16string> pool = {
-      u"Pear",   u"pear",     u"PEAR",   u"apple",       u"Apple",       u"\u00c4pfel", u"apfel", u"Apfel",
-      u"Item 9", u"Item 10",  u"item 10", u"Item 010",   u"Item 1",      u"e\u0301",    u"\u00e9", u"E",
-      u"",       u" ",        u"%@",     u"\U0001F600", u"\U0001F600a", u"a\xD800",    u"\xDC00", u"\xD83D",
-      u"z",      u"Z",        u"\u00df", u"ss",          u"SS",          u"10",         u"9",     u"-1"};
+      u"Pear",   u"pear",    u"PEAR",    u"apple",      u"Apple",       u"\u00c4pfel", u"apfel",  u"Apfel",
+      u"Item 9", u"Item 10", u"item 10", u"Item 010",   u"Item 1",      u"e\u0301",    u"\u00e9", u"E",
+      u"",       u" ",       u"%@",      u"\U0001F600", u"\U0001F600a", u"a\xD800",    u"\xDC00", u"\xD83D",
+      u"z",      u"Z",       u"\u00df",  u"ss",         u"SS",          u"10",         u"9",      u"-1"};
   std::mt19937 random(4242);
   for (int round = 0; round < 30; ++round) {
     std::uniform_int_distribution<size_t> pick(0, pool.size() - 1);
@@ -494,7 +494,8 @@ void CheckSweep(const std::vector<FaultRun>& runs, const std::u16string& of3, co
       EXPECT_EQ(run.lines.size(), 1u) << own;
     }
   }
-  std::set<std::string> expected = {Line("CFArrayCreateMutable returns NULL"), Line("CFStringCreateMutable returns NULL"),
+  std::set<std::string> expected = {Line("CFArrayCreateMutable returns NULL"),
+                                    Line("CFStringCreateMutable returns NULL"),
                                     Line("ZRCopyLocalizedNumberStringRef returns -2223, unknownErr, unknown error"),
                                     Line("CFStringCreateCopy returns NULL")};
   if (expectLocalizedStringFailure) expected.insert(Line("CLOC returns NULL"));
@@ -515,9 +516,7 @@ TEST_F(CombinationEnglishTest, EachAllocationFailureIsReportedAndLeavesNothingBe
   bool fromTable = format != CFSTR("%@ of %@");
   CFRelease(format);
   const std::u16string of3 = u" of 3";
-  CheckSweep(runs, of3,
-             {u"apple (1 of 3), Pear (1 of 3)", u"Pear (2 of 3)", u"apple (1 of 3)"},
-             fromTable);
+  CheckSweep(runs, of3, {u"apple (1 of 3), Pear (1 of 3)", u"Pear (2 of 3)", u"apple (1 of 3)"}, fromTable);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -541,9 +540,7 @@ TEST_F(CombinationGermanTest, EachAllocationFailureIsReportedAndLeavesNothingBeh
   std::vector<FaultRun> runs = CombineWithEachAllocationFailing(array);
   CFRelease(array);
   // The German ratio is read from the bundle's table, so fetching it can fail.
-  CheckSweep(runs, u" von 3",
-             {u"apple (1 von 3), Pear (1 von 3)", u"Pear (2 von 3)", u"apple (1 von 3)"},
-             true);
+  CheckSweep(runs, u" von 3", {u"apple (1 von 3), Pear (1 von 3)", u"Pear (2 von 3)", u"apple (1 von 3)"}, true);
 }
 
 }  // namespace

@@ -205,8 +205,9 @@ TEST_F(ZRStringUtilitiesTest, CBufferOfEmptyStringFails) {
   char* buffer = NULL;
   EXPECT_EQ(ZRCopyCBufferOfStringRef(CFSTR(""), kCFStringEncodingUTF8, &buffer, true), unknownErr);
   EXPECT_EQ(buffer, nullptr);
-  EXPECT_EQ(WithoutLines(log.lines()),
-            std::vector<std::string>{Line("CFStringGetMaximumSizeForEncoding returns 0 for ''", "ZRCopyCBufferOfStringRef")});
+  EXPECT_EQ(
+      WithoutLines(log.lines()),
+      std::vector<std::string>{Line("CFStringGetMaximumSizeForEncoding returns 0 for ''", "ZRCopyCBufferOfStringRef")});
 
   log.clear();
   EXPECT_EQ(ZRCopyCBufferOfStringRef(CFSTR(""), kCFStringEncodingUTF8, &buffer, false), unknownErr);
@@ -238,7 +239,8 @@ TEST_F(ZRStringUtilitiesTest, CBufferFailsWhenTheTextFillsTheMaximumSize) {
 
 TEST_F(ZRStringUtilitiesTest, CBufferOfLoneSurrogateFails) {
   LogCapture log;
-  for (const std::u16string& units : {std::u16string(u"ab\xD800"), std::u16string(u"\xDFFF" u"cd")}) {
+  for (const std::u16string& units : {std::u16string(u"ab\xD800"), std::u16string(u"\xDFFF"
+                                                                                  u"cd")}) {
     CFStringRef string = MakeUnits(units);
     char* buffer = NULL;
     EXPECT_EQ(ZRCopyCBufferOfStringRef(string, kCFStringEncodingUTF8, &buffer, true), unknownErr);
@@ -249,7 +251,9 @@ TEST_F(ZRStringUtilitiesTest, CBufferOfLoneSurrogateFails) {
   EXPECT_EQ(WithoutLines(log.lines()),
             (std::vector<std::string>{
                 Line("CFStringGetCString returns false for 'ab\xEF\xBF\xBD'", "ZRCopyCBufferOfStringRef"),
-                Line("CFStringGetCString returns false for '\xEF\xBF\xBD" "cd'", "ZRCopyCBufferOfStringRef"),
+                Line("CFStringGetCString returns false for '\xEF\xBF\xBD"
+                     "cd'",
+                     "ZRCopyCBufferOfStringRef"),
             }));
 }
 
@@ -297,7 +301,8 @@ TEST_F(ZRStringUtilitiesTest, CBufferAllocationFailure) {
   EXPECT_EQ(ZRCopyCBufferOfStringRef(CFSTR("abc"), kCFStringEncodingUTF8, &buffer, true), unknownErr);
   EXPECT_FALSE(ZRTestingFailurePending());
   EXPECT_EQ(buffer, nullptr);
-  EXPECT_EQ(WithoutLines(log.lines()), std::vector<std::string>{Line("malloc returns NULL", "ZRCopyCBufferOfStringRef")});
+  EXPECT_EQ(WithoutLines(log.lines()),
+            std::vector<std::string>{Line("malloc returns NULL", "ZRCopyCBufferOfStringRef")});
 
   log.clear();
   ZRTestingFailAllocation(1);
@@ -339,7 +344,8 @@ OSStatus FindAndReplace(const std::u16string& text, const std::u16string& find, 
   CFStringRef findString = MakeUnits(find);
   CFStringRef replaceString = MakeUnits(replace);
   CFStringRef out = NULL;
-  OSStatus status = ZRCopyStringRefOfStringRefAfterFindAndReplace(string, findString, replaceString, options, &out, true);
+  OSStatus status =
+      ZRCopyStringRefOfStringRefAfterFindAndReplace(string, findString, replaceString, options, &out, true);
   *result = Units(out);
   if (out) CFRelease(out);
   CFRelease(string);
@@ -377,12 +383,22 @@ TEST_F(ZRStringUtilitiesTest, FindAndReplaceSupplementaryCharactersAndLoneSurrog
   EXPECT_EQ(FindAndReplace(u"x!y", u"!", u"\U0001F601", 0, &result), noErr);
   EXPECT_EQ(result, u"x\U0001F601y");
   // Unpaired units pass through untouched, can be found, and can be put in.
-  EXPECT_EQ(FindAndReplace(u"a\xD800" u"b", u"a", u"c", 0, &result), noErr);
-  EXPECT_EQ(result, u"c\xD800" u"b");
-  EXPECT_EQ(FindAndReplace(u"a\xD800" u"b\xD800", u"\xD800", u"", 0, &result), noErr);
+  EXPECT_EQ(FindAndReplace(u"a\xD800"
+                           u"b",
+                           u"a", u"c", 0, &result),
+            noErr);
+  EXPECT_EQ(result,
+            u"c\xD800"
+            u"b");
+  EXPECT_EQ(FindAndReplace(u"a\xD800"
+                           u"b\xD800",
+                           u"\xD800", u"", 0, &result),
+            noErr);
   EXPECT_EQ(result, u"ab");
   EXPECT_EQ(FindAndReplace(u"a-b", u"-", u"\xDC00", 0, &result), noErr);
-  EXPECT_EQ(result, u"a\xDC00" u"b");
+  EXPECT_EQ(result,
+            u"a\xDC00"
+            u"b");
 }
 
 TEST_F(ZRStringUtilitiesTest, FindAndReplaceBadArguments) {
@@ -583,13 +599,14 @@ TEST_F(ZRStringUtilitiesTest, NormalizeDropsAFinalWordOfOneUnit) {
   EXPECT_EQ(result, u"a b");
   EXPECT_TRUE(log.lines().empty());
 
-  for (const std::u16string& text : {std::u16string(u"x"), std::u16string(u"   "), std::u16string(u" "),
-                                     std::u16string(u"  x")}) {
+  for (const std::u16string& text :
+       {std::u16string(u"x"), std::u16string(u"   "), std::u16string(u" "), std::u16string(u"  x")}) {
     log.clear();
     EXPECT_EQ(Normalize(text, &result), unknownErr);
     EXPECT_EQ(result, u"<NULL>");
     EXPECT_EQ(WithoutLines(log.lines()),
-              std::vector<std::string>{Line("*outStringRef is NULL", "ZRCopyStringRefOfStringRefAfterNormalizingWhitespace")});
+              std::vector<std::string>{
+                  Line("*outStringRef is NULL", "ZRCopyStringRefOfStringRefAfterNormalizingWhitespace")});
     log.clear();
     EXPECT_EQ(Normalize(text, &result, false), unknownErr);
     EXPECT_TRUE(log.lines().empty());
@@ -640,8 +657,9 @@ TEST_F(ZRStringUtilitiesTest, NormalizeBadArguments) {
 TEST_F(ZRStringUtilitiesTest, NormalizeAllocationFailures) {
   const char* kName = "ZRCopyStringRefOfStringRefAfterNormalizingWhitespace";
   // One word: the buffer, the result, the final copy.
-  std::vector<FaultRun> runs = RunWithEachAllocationFailing(
-      [](Boolean inLog, CFStringRef* out) { return ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFSTR(" ab "), out, inLog); });
+  std::vector<FaultRun> runs = RunWithEachAllocationFailing([](Boolean inLog, CFStringRef* out) {
+    return ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFSTR(" ab "), out, inLog);
+  });
   ASSERT_EQ(runs.size(), 3u);
   EXPECT_EQ(runs[0].status, unknownErr);
   EXPECT_EQ(runs[0].lines, std::vector<std::string>{Line("calloc returns NULL", kName)});

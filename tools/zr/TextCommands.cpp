@@ -68,8 +68,7 @@ int RunNormalize(const Arguments& arguments) {
 
 const Command kCombine("combine", "combine [--multiline]",
                        "each distinct line of standard input with its count: \"a (1 of 3), b (2 of 3)\"", RunCombine);
-const Command kNormalize("normalize", "normalize TEXT", "TEXT with its words separated by single spaces",
-                         RunNormalize);
+const Command kNormalize("normalize", "normalize TEXT", "TEXT with its words separated by single spaces", RunNormalize);
 
 }  // namespace
 }  // namespace zr::tool
