@@ -237,6 +237,29 @@ TEST_F(ZRStringUtilitiesTest, CBufferFailsWhenTheTextFillsTheMaximumSize) {
   free(buffer);
 }
 
+TEST_F(ZRStringUtilitiesTest, CBufferOfAnEncodingWithoutAMaximumSizeFails) {
+  LogCapture log;
+  char* buffer = NULL;
+  const CFStringEncoding kNoSuchEncoding = 0x7ffe;
+  EXPECT_EQ(ZRCopyCBufferOfStringRef(CFSTR("abc"), kNoSuchEncoding, &buffer, true), unknownErr);
+  EXPECT_EQ(buffer, nullptr);
+  EXPECT_EQ(WithoutLines(log.lines()),
+            std::vector<std::string>{
+                Line("CFStringGetMaximumSizeForEncoding returns -1 for 'abc'", "ZRCopyCBufferOfStringRef")});
+}
+
+TEST_F(ZRStringUtilitiesTest, CBufferInUTF16AlwaysFillsItsMaximum) {
+  // Two bytes a unit leave no byte for the terminator, paired or lone units alike.
+  for (const std::u16string& units :
+       {std::u16string(u"ab"), std::u16string(u"\U0001F600"), std::u16string(u"a\xD800")}) {
+    CFStringRef string = MakeUnits(units);
+    char* buffer = NULL;
+    EXPECT_EQ(ZRCopyCBufferOfStringRef(string, kCFStringEncodingUTF16, &buffer, false), unknownErr);
+    EXPECT_EQ(buffer, nullptr);
+    CFRelease(string);
+  }
+}
+
 TEST_F(ZRStringUtilitiesTest, CBufferOfLoneSurrogateFails) {
   LogCapture log;
   for (const std::u16string& units : {std::u16string(u"ab\xD800"), std::u16string(u"\xDFFF"
@@ -689,6 +712,11 @@ TEST_F(ZRStringUtilitiesTest, DoubleOfBuffer) {
   EXPECT_EQ(ZRGetDoubleOfStringBuffer("", 42.0), 0.0);
   EXPECT_EQ(ZRGetDoubleOfStringBuffer("abc", 42.0), 0.0);
   EXPECT_EQ(ZRGetDoubleOfStringBuffer("7", 42.0), 7.0);
+  // Bytes that are no number, UTF-8 of a supplementary character among them, read as 0.
+  EXPECT_EQ(ZRGetDoubleOfStringBuffer("\xF0\x9F\x98\x80", 42.0), 0.0);
+  EXPECT_EQ(ZRGetDoubleOfStringBuffer("4\xF0\x9F\x98\x80", 42.0), 4.0);
+  EXPECT_TRUE(std::isinf(ZRGetDoubleOfStringBuffer("2/\xF0\x9F\x98\x80", 42.0)));
+  EXPECT_EQ(ZRGetDoubleOfStringBuffer("2,\xF0\x9F\x98\x80", 42.0), 2.0);
 }
 
 TEST_F(ZRStringUtilitiesTest, DoubleOfFraction) {
