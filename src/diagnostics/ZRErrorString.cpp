@@ -39,7 +39,7 @@ OSStatus ZRCopyCarbonErrorStringRef(OSStatus inStatus, CFStringRef* outStringRef
       // One trailing blank of the comment is dropped, and only one.
       if (commentLength > 0 && comment[commentLength - 1] == ' ') --commentLength;
       bool hasName = name[0] != '\0';
-      bool hasComment = comment[0] != '\0';
+      bool hasComment = commentLength > 0;
       if (hasName && hasComment) {
         string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %s, %.*s"), inStatus, name, commentLength,
                                           comment);

@@ -98,4 +98,33 @@ TEST_F(ZRErrorStringTest, AutoreleasedTextLivesUntilThePoolDrains) {
   EXPECT_EQ(ZRTestingLiveObjectCount(), before);
 }
 
+// Statuses whose texts the host's table does not have, given for the length of one test.
+class StatusTextOverride {
+ public:
+  StatusTextOverride(OSStatus status, const char* name, const char* comment) : status_(status) {
+    ZRTestingSetStatusText(status, name, comment);
+  }
+  ~StatusTextOverride() { ZRTestingSetStatusText(status_, NULL, NULL); }
+
+ private:
+  OSStatus status_;
+};
+
+TEST_F(ZRErrorStringTest, OneTrailingBlankOfTheCommentIsDropped) {
+  StatusTextOverride one(-31001, "oneBlankErr", "ends in one blank ");
+  StatusTextOverride two(-31002, "twoBlanksErr", "ends in two blanks  ");
+  EXPECT_EQ(Utf8(ZRCarbonErrorString(-31001)), "-31001, oneBlankErr, ends in one blank");
+  EXPECT_EQ(Utf8(ZRCarbonErrorString(-31002)), "-31002, twoBlanksErr, ends in two blanks ");
+}
+
+TEST_F(ZRErrorStringTest, NameAloneOrCommentAlone) {
+  StatusTextOverride nameOnly(-31003, "nameOnlyErr", "");
+  StatusTextOverride commentOnly(-31004, "", "a comment without a name ");
+  StatusTextOverride blankOnly(-31005, "", " ");
+  EXPECT_EQ(Utf8(ZRCarbonErrorString(-31003)), "-31003, nameOnlyErr");
+  EXPECT_EQ(Utf8(ZRCarbonErrorString(-31004)), "-31004, a comment without a name");
+  // The parts are judged after the blank is dropped: a comment of one blank counts as empty.
+  EXPECT_EQ(Utf8(ZRCarbonErrorString(-31005)), "-31005");
+}
+
 }  // namespace
