@@ -293,7 +293,8 @@ void BM_Base64DecodeBlocks(benchmark::State& state) {
   NSAutoreleasePool outer;
   std::vector<NSString*> texts;
   for (size_t offset = 0; offset < bytes.size(); offset += kBlockSize) {
-    texts.push_back(ZR::base64String(ns::dataWithBytes(bytes.data() + offset, std::min(kBlockSize, bytes.size() - offset))));
+    texts.push_back(
+        ZR::base64String(ns::dataWithBytes(bytes.data() + offset, std::min(kBlockSize, bytes.size() - offset))));
   }
   for (auto _ : state) {
     for (NSString* text : texts) {
@@ -307,7 +308,8 @@ BENCHMARK(BM_Base64DecodeBlocks)->Unit(benchmark::kMillisecond)->UseRealTime()->
 
 void BM_HexEncode(benchmark::State& state) {
   const std::string& bytes = TheInputs().hexBytes;
-  CFDataRef data = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
+  CFDataRef data =
+      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
   for (auto _ : state) {
     CFMutableStringRef text = nullptr;
     if (ZRCopyHexStringRefOfDataRef(data, true, &text) != noErr) {
@@ -328,7 +330,8 @@ class RecordingReporter : public benchmark::ConsoleReporter {
     for (const Run& run : runs) {
       if (run.run_type == Run::RT_Iteration && run.iterations > 0 && !run.error_occurred) {
         double iterations = static_cast<double>(run.iterations);
-        times[run.run_name.function_name] = {run.real_accumulated_time / iterations, run.cpu_accumulated_time / iterations};
+        times[run.run_name.function_name] = {run.real_accumulated_time / iterations,
+                                             run.cpu_accumulated_time / iterations};
       }
     }
     ConsoleReporter::ReportRuns(runs);
@@ -357,9 +360,10 @@ void PrintRatio(const char* what, Time ours, const char* tool, Time theirs, doub
   }
   double wallRatio = theirs.wall / ours.wall;
   double cpuRatio = theirs.cpu / ours.cpu;
-  std::printf("%-34s %7.1f %7.1f   %-24s %7.1f %7.1f   %5.2f %5.2f   >= %.1f %s\n", what, mib / ours.wall,
-              mib / ours.cpu, tool, mib / theirs.wall, mib / theirs.cpu, wallRatio, cpuRatio, goal,
-              wallRatio >= goal && cpuRatio >= goal ? "met" : (wallRatio >= goal || cpuRatio >= goal ? "partly" : "not met"));
+  std::printf(
+      "%-34s %7.1f %7.1f   %-24s %7.1f %7.1f   %5.2f %5.2f   >= %.1f %s\n", what, mib / ours.wall, mib / ours.cpu, tool,
+      mib / theirs.wall, mib / theirs.cpu, wallRatio, cpuRatio, goal,
+      wallRatio >= goal && cpuRatio >= goal ? "met" : (wallRatio >= goal || cpuRatio >= goal ? "partly" : "not met"));
 }
 
 }  // namespace
@@ -394,16 +398,17 @@ int main(int argc, char** argv) {
   Time base64Decode = tool(base64, "base64 -d '" + in.base64File + "' > /dev/null 2>&1");
   Time hex = tool(ran({"BM_HexEncode"}), "xxd -p '" + in.hexFile + "' > /dev/null 2>&1");
 
-  std::printf("\nThroughput in MiB/s beside the usual tools on the same bytes (best of 3 runs of each tool).\n"
-              "Ratio = the tool's time / ours, on the clock and on the processor; above 1 is faster than the tool.\n");
-  std::printf("%-34s %7s %7s   %-24s %7s %7s   %5s %5s   %s\n", "", "wall", "cpu", "tool", "wall", "cpu", "wall",
-              "cpu", "goal");
+  std::printf(
+      "\nThroughput in MiB/s beside the usual tools on the same bytes (best of 3 runs of each tool).\n"
+      "Ratio = the tool's time / ours, on the clock and on the processor; above 1 is faster than the tool.\n");
+  std::printf("%-34s %7s %7s   %-24s %7s %7s   %5s %5s   %s\n", "", "wall", "cpu", "tool", "wall", "cpu", "wall", "cpu",
+              "goal");
   const size_t codec = kCodecSize;
   PrintRatio("SHA-1 of 1 GiB", Ours(ours, {"BM_SHA1File"}), "openssl sha1", sha1, 0.9, kDigestFileSize);
   PrintRatio("Base32 encode 256 MiB (C)", Ours(ours, {"BM_Base32Encode"}), "base32 -w0", base32Encode, 1.0, codec);
   PrintRatio("Base32 decode 256 MiB (C)", Ours(ours, {"BM_Base32Decode"}), "base32 -d", base32Decode, 1.0, codec);
-  PrintRatio("Base32 enc+dec 256 MiB (C)", Ours(ours, {"BM_Base32Encode", "BM_Base32Decode"}),
-             "base32 -w0 + base32 -d", base32Encode + base32Decode, 1.0, codec);
+  PrintRatio("Base32 enc+dec 256 MiB (C)", Ours(ours, {"BM_Base32Encode", "BM_Base32Decode"}), "base32 -w0 + base32 -d",
+             base32Encode + base32Decode, 1.0, codec);
   PrintRatio("Base32 enc+dec 1 MiB blocks (C)", Ours(ours, {"BM_Base32EncodeBlocks", "BM_Base32DecodeBlocks"}),
              "base32 -w0 + base32 -d", base32Encode + base32Decode, 1.0, codec);
   PrintRatio("Base32 enc+dec 256 MiB (NSData)", Ours(ours, {"BM_Base32CategoryEncode", "BM_Base32CategoryDecode"}),
@@ -412,8 +417,10 @@ int main(int argc, char** argv) {
   PrintRatio("Base64 decode 256 MiB", Ours(ours, {"BM_Base64Decode"}), "base64 -d", base64Decode, 0.5, codec);
   PrintRatio("Base64 enc+dec 256 MiB", Ours(ours, {"BM_Base64Encode", "BM_Base64Decode"}), "base64 -w0 + base64 -d",
              base64Encode + base64Decode, 0.5, codec);
-  PrintRatio("Base64 encode 1 MiB blocks", Ours(ours, {"BM_Base64EncodeBlocks"}), "base64 -w0", base64Encode, 0.5, codec);
-  PrintRatio("Base64 decode 1 MiB blocks", Ours(ours, {"BM_Base64DecodeBlocks"}), "base64 -d", base64Decode, 0.5, codec);
+  PrintRatio("Base64 encode 1 MiB blocks", Ours(ours, {"BM_Base64EncodeBlocks"}), "base64 -w0", base64Encode, 0.5,
+             codec);
+  PrintRatio("Base64 decode 1 MiB blocks", Ours(ours, {"BM_Base64DecodeBlocks"}), "base64 -d", base64Decode, 0.5,
+             codec);
   PrintRatio("Base64 enc+dec 1 MiB blocks", Ours(ours, {"BM_Base64EncodeBlocks", "BM_Base64DecodeBlocks"}),
              "base64 -w0 + base64 -d", base64Encode + base64Decode, 0.5, codec);
   PrintRatio("hex encode 32 MiB", Ours(ours, {"BM_HexEncode"}), "xxd -p", hex, 1.0, kHexSize);

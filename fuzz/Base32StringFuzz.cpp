@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
   // Each byte as one character (Latin-1), so that non-ASCII characters are tried too.
-  CFStringRef string = CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
+  CFStringRef string =
+      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
   if (!string) abort();
   NSData* decoded = ZR::dataWithBase32String(const_cast<NSString*>(string));
   if (decoded) {

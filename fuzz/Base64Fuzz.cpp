@@ -15,7 +15,8 @@ std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
-  CFStringRef string = CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
+  CFStringRef string =
+      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
   if (!string) abort();
   NSData* decoded = ZR::dataWithBase64String(const_cast<NSString*>(string));
   CFRelease(string);

@@ -40,7 +40,8 @@ std::string Ascii(CFStringRef string) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
-  CFStringRef string = CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
+  CFStringRef string =
+      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
   if (!string) abort();
   CFDataRef decoded = DecodeString(string);
   if (decoded) {

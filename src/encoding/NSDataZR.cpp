@@ -231,7 +231,8 @@ NSData* dataWithBase64String(NSString* string) {
 
   UInt8 block[512];
   int count;
-  while ((count = BIO_read(chain, block, sizeof(block))) > 0) ns::appendBytes(data, block, static_cast<NSUInteger>(count));
+  while ((count = BIO_read(chain, block, sizeof(block))) > 0)
+    ns::appendBytes(data, block, static_cast<NSUInteger>(count));
   BIO_free_all(chain);
   return data;
 }

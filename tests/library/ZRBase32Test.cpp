@@ -14,9 +14,7 @@ namespace {
 
 using zrtest::Utf8;
 
-std::string Bytes(NSData* data) {
-  return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data));
-}
+std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
 
 NSString* AutoreleasedString(const std::string& utf8) {
   CFStringRef string = zrtest::MakeString(utf8);
@@ -44,8 +42,8 @@ int DigitValue(int c) {
 const struct {
   const char* bytes;
   const char* text;
-} kVectors[] = {{"f", "MY"},         {"fo", "MZXQ"},         {"foo", "MZXW6"},       {"foob", "MZXW6YQ"},
-                {"fooba", "MZXW6YTB"}, {"foobar", "MZXW6YTBOI"}};
+} kVectors[] = {{"f", "MY"},         {"fo", "MZXQ"},        {"foo", "MZXW6"},
+                {"foob", "MZXW6YQ"}, {"fooba", "MZXW6YTB"}, {"foobar", "MZXW6YTBOI"}};
 
 // Encodes with the C function; "<refused>" when it fails.
 std::string EncodeC(const std::string& bytes) {

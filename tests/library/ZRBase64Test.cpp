@@ -12,9 +12,7 @@ namespace {
 
 using zrtest::Utf8;
 
-std::string Bytes(NSData* data) {
-  return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data));
-}
+std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
 
 NSString* AutoreleasedString(const std::string& utf8) {
   CFStringRef string = zrtest::MakeString(utf8);
@@ -36,8 +34,13 @@ const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz01
 const struct {
   const char* bytes;
   const char* text;
-} kVectors[] = {{"", ""},         {"f", "Zg=="},         {"fo", "Zm8="},        {"foo", "Zm9v"},
-                {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+} kVectors[] = {{"", ""},
+                {"f", "Zg=="},
+                {"fo", "Zm8="},
+                {"foo", "Zm9v"},
+                {"foob", "Zm9vYg=="},
+                {"fooba", "Zm9vYmE="},
+                {"foobar", "Zm9vYmFy"}};
 
 class Base64Test : public ::testing::Test {
  protected:

@@ -155,8 +155,9 @@ TEST_F(HexTest, EncoderReleasesAndEmptiesAFullSlot) {
     if (inLog) {
       ASSERT_EQ(log_.lines().size(), 1u);
       // The line shows the slot's address, not the string in it.
-      EXPECT_EQ(WithoutLine(log_.lines()[0]), Line("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
-                                                   static_cast<const void*>(data), slot));
+      EXPECT_EQ(WithoutLine(log_.lines()[0]),
+                Line("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
+                     static_cast<const void*>(data), slot));
     } else {
       EXPECT_TRUE(log_.lines().empty());
     }
@@ -227,7 +228,10 @@ TEST_F(HexTest, CountsEveryOtherCharacterAsZero) {
 
 TEST_F(HexTest, DecodesEveryCharacterCode) {
   for (int v = 1; v < 128; ++v) {
-    int value = (v >= '0' && v <= '9') ? v - '0' : (v >= 'a' && v <= 'f') ? v - 'a' + 10 : (v >= 'A' && v <= 'F') ? v - 'A' + 10 : 0;
+    int value = (v >= '0' && v <= '9')   ? v - '0'
+                : (v >= 'a' && v <= 'f') ? v - 'a' + 10
+                : (v >= 'A' && v <= 'F') ? v - 'A' + 10
+                                         : 0;
     std::string high = std::string(1, static_cast<char>(v)) + "1";
     std::string low = std::string("1") + static_cast<char>(v);
     if (v == '\\') continue;  // escaped as two characters: see the non-ASCII test
@@ -241,7 +245,9 @@ TEST_F(HexTest, DecodesEveryCharacterCode) {
 // whose escaped form fills the conversion's whole maximum size is refused by the conversion.
 TEST_F(HexTest, TakesNonAsciiTextThroughItsEscapedForm) {
   int refused = 0;
-  for (const char* text : {"\xc3\xa9" "1", "1\xc3\xa9", "\xe2\x82\xac", "\xe2\x82\xac\xe2\x82\xac", "ab\xc3\xa9", "\\1",
+  for (const char* text : {"\xc3\xa9"
+                           "1",
+                           "1\xc3\xa9", "\xe2\x82\xac", "\xe2\x82\xac\xe2\x82\xac", "ab\xc3\xa9", "\\1",
                            "12\xf0\x9f\x98\x80", "\xc3\xa9\xc3\xa9"}) {
     log_.clear();
     CFStringRef string = zrtest::MakeString(text);
@@ -255,11 +261,15 @@ TEST_F(HexTest, TakesNonAsciiTextThroughItsEscapedForm) {
     if (escaped.size() == static_cast<size_t>(maximum)) {
       ++refused;
       EXPECT_EQ(Decode(text), "<" + std::to_string(unknownErr) + ">") << text;
-      EXPECT_EQ(WithoutLine(log_.lines().back()), Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"),
-                                                       static_cast<int>(unknownErr)));
+      EXPECT_EQ(WithoutLine(log_.lines().back()),
+                Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"),
+                     static_cast<int>(unknownErr)));
     } else {
       auto digit = [](char c) -> int {
-        return (c >= '0' && c <= '9') ? c - '0' : (c >= 'a' && c <= 'f') ? c - 'a' + 10 : (c >= 'A' && c <= 'F') ? c - 'A' + 10 : 0;
+        return (c >= '0' && c <= '9')   ? c - '0'
+               : (c >= 'a' && c <= 'f') ? c - 'a' + 10
+               : (c >= 'A' && c <= 'F') ? c - 'A' + 10
+                                        : 0;
       };
       std::string expected;
       for (CFIndex i = 0; i < (length + 1) / 2; ++i) {
@@ -279,8 +289,9 @@ TEST_F(HexTest, RefusesTheEmptyString) {
   ASSERT_GE(log_.lines().size(), 2u);
   // The conversion's own line comes first, then this function's.
   EXPECT_NE(log_.lines().front().find("(ZRCopyCBufferOfStringRef,"), std::string::npos);
-  EXPECT_EQ(WithoutLine(log_.lines().back()),
-            Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)));
+  EXPECT_EQ(
+      WithoutLine(log_.lines().back()),
+      Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)));
   log_.clear();
   EXPECT_EQ(Decode("", false), "<" + std::to_string(unknownErr) + ">");
   EXPECT_TRUE(log_.lines().empty());
@@ -298,9 +309,12 @@ TEST_F(HexTest, DecoderRefusesMissingArguments) {
   ASSERT_EQ(log_.lines().size(), 3u);
   const char* function = "ZRCopyDataRefOfHexStringRef";
   CFStringRef format = CFSTR("inHexStringRef: %p, outDataRef: %p");
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&data)));
-  EXPECT_EQ(WithoutLine(log_.lines()[1]), Line(function, format, static_cast<const void*>(string), static_cast<void*>(nullptr)));
-  EXPECT_EQ(WithoutLine(log_.lines()[2]), Line(function, format, static_cast<const void*>(string), static_cast<void*>(&full)));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&data)));
+  EXPECT_EQ(WithoutLine(log_.lines()[1]),
+            Line(function, format, static_cast<const void*>(string), static_cast<void*>(nullptr)));
+  EXPECT_EQ(WithoutLine(log_.lines()[2]),
+            Line(function, format, static_cast<const void*>(string), static_cast<void*>(&full)));
   log_.clear();
   EXPECT_EQ(ZRCopyDataRefOfHexStringRef(nullptr, false, &data), paramErr);
   EXPECT_EQ(ZRCopyDataRefOfHexStringRef(string, false, &full), paramErr);
@@ -392,9 +406,12 @@ TEST_F(HexTest, HandleRefusesMissingArgumentsAndLeavesAFullSlotAlone) {
   ASSERT_EQ(log_.lines().size(), 3u);
   const char* function = "ZRCopyHandleOfDataRef";
   CFStringRef format = CFSTR("inDataRef: %p, outHandle: %p");
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&handle)));
-  EXPECT_EQ(WithoutLine(log_.lines()[1]), Line(function, format, static_cast<const void*>(data), static_cast<void*>(nullptr)));
-  EXPECT_EQ(WithoutLine(log_.lines()[2]), Line(function, format, static_cast<const void*>(data), static_cast<void*>(&other)));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&handle)));
+  EXPECT_EQ(WithoutLine(log_.lines()[1]),
+            Line(function, format, static_cast<const void*>(data), static_cast<void*>(nullptr)));
+  EXPECT_EQ(WithoutLine(log_.lines()[2]),
+            Line(function, format, static_cast<const void*>(data), static_cast<void*>(&other)));
   log_.clear();
   EXPECT_EQ(ZRCopyHandleOfDataRef(nullptr, &handle, false), paramErr);
   EXPECT_TRUE(log_.lines().empty());

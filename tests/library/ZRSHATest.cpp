@@ -113,14 +113,16 @@ TEST_F(SHATest, DigestsAcrossReadBlocks) {
 }
 
 TEST_F(SHATest, TakesUtf8Paths) {
-  EXPECT_EQ(Digest(Write("gr\xc3\xbc\xc3\x9f\x65 \xe2\x82\xac.txt", "abc")), "a9993e364706816aba3e25717850c26c9cd0d89d");
+  EXPECT_EQ(Digest(Write("gr\xc3\xbc\xc3\x9f\x65 \xe2\x82\xac.txt", "abc")),
+            "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
 TEST_F(SHATest, MissingFileLeavesTheSlotEmpty) {
   std::string path = folder_ + "/missing";
   EXPECT_EQ(Digest(path), "<none>");
   ASSERT_EQ(log_.lines().size(), 1u);
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line(CFSTR("open returns %@ for '%s'"), ZRErrnoErrorString(ENOENT), path.c_str()));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            Line(CFSTR("open returns %@ for '%s'"), ZRErrnoErrorString(ENOENT), path.c_str()));
   log_.clear();
   EXPECT_EQ(Digest(path, false), "<none>");
   EXPECT_TRUE(log_.lines().empty());
@@ -132,7 +134,8 @@ TEST_F(SHATest, UnreadableFileLeavesTheSlotEmpty) {
   ASSERT_EQ(chmod(path.c_str(), 0), 0);
   EXPECT_EQ(Digest(path), "<none>");
   ASSERT_EQ(log_.lines().size(), 1u);
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line(CFSTR("open returns %@ for '%s'"), ZRErrnoErrorString(EACCES), path.c_str()));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            Line(CFSTR("open returns %@ for '%s'"), ZRErrnoErrorString(EACCES), path.c_str()));
 }
 
 // A directory opens read-only, and its first read fails with EISDIR: a read error with no
@@ -140,7 +143,8 @@ TEST_F(SHATest, UnreadableFileLeavesTheSlotEmpty) {
 TEST_F(SHATest, ReadErrorLeavesTheSlotEmpty) {
   EXPECT_EQ(Digest(folder_), "<none>");
   ASSERT_EQ(log_.lines().size(), 1u);
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line(CFSTR("read returns %@ for '%s'"), ZRErrnoErrorString(EISDIR), folder_.c_str()));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            Line(CFSTR("read returns %@ for '%s'"), ZRErrnoErrorString(EISDIR), folder_.c_str()));
   log_.clear();
   EXPECT_EQ(Digest(folder_, false), "<none>");
   EXPECT_TRUE(log_.lines().empty());

@@ -10,8 +10,11 @@
 namespace {
 
 std::string Utf8(CFStringRef string) {
-  std::string buffer(static_cast<size_t>(CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8)) + 1, '\0');
-  if (!CFStringGetCString(string, buffer.data(), static_cast<CFIndex>(buffer.size()), kCFStringEncodingUTF8)) return "<?>";
+  std::string buffer(
+      static_cast<size_t>(CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8)) + 1,
+      '\0');
+  if (!CFStringGetCString(string, buffer.data(), static_cast<CFIndex>(buffer.size()), kCFStringEncodingUTF8))
+    return "<?>";
   buffer.resize(std::strlen(buffer.c_str()));
   return buffer;
 }
@@ -86,10 +89,15 @@ TEST_F(NSDataStringTest, DataCreationFailureGivesNil) {
 }
 
 TEST_F(NSDataStringTest, StringWithCStringTakesTheEncoding) {
-  NSString* utf8 = ns::stringWithCString("gr\xc3\xbc\xc3\x9f" "e", NSUTF8StringEncoding);
+  NSString* utf8 = ns::stringWithCString(
+      "gr\xc3\xbc\xc3\x9f"
+      "e",
+      NSUTF8StringEncoding);
   ASSERT_NE(utf8, nil);
   EXPECT_EQ(ns::length(utf8), 5u);
-  EXPECT_EQ(Utf8(utf8), "gr\xc3\xbc\xc3\x9f" "e");
+  EXPECT_EQ(Utf8(utf8),
+            "gr\xc3\xbc\xc3\x9f"
+            "e");
   // 0x8A is a-diaeresis in Mac Roman.
   NSString* roman = ns::stringWithCString("\x8a", NSMacOSRomanStringEncoding);
   ASSERT_NE(roman, nil);
@@ -204,14 +212,14 @@ TEST_F(NSDataStringTest, CStringBufferIsAutoreleased) {
   EXPECT_EQ(ns::cStringUsingEncoding(const_cast<NSString*>(CFSTR("abc")), NSUTF8StringEncoding), nullptr);
 }
 
-
 // ASCII text is converted directly where the encoding agrees with ASCII; the results must be
 // those of the general conversion, and an encoding that escapes ASCII characters must still
 // escape them.
 TEST_F(NSDataStringTest, AsciiTextConvertsAsTheGeneralConversionDoes) {
   const char* text = "Zm9v \\ YmFy\t~";
-  for (NSStringEncoding encoding : {NSASCIIStringEncoding, NSUTF8StringEncoding, NSMacOSRomanStringEncoding,
-                                    NSISOLatin1StringEncoding, NSWindowsCP1252StringEncoding, NSNonLossyASCIIStringEncoding}) {
+  for (NSStringEncoding encoding :
+       {NSASCIIStringEncoding, NSUTF8StringEncoding, NSMacOSRomanStringEncoding, NSISOLatin1StringEncoding,
+        NSWindowsCP1252StringEncoding, NSNonLossyASCIIStringEncoding}) {
     CFStringEncoding cfEncoding = CFStringConvertNSStringEncodingToEncoding(encoding);
     CFStringRef general = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text),
                                                   static_cast<CFIndex>(std::strlen(text)), cfEncoding, false);
@@ -226,8 +234,8 @@ TEST_F(NSDataStringTest, AsciiTextConvertsAsTheGeneralConversionDoes) {
     CFIndex size = 0;
     ASSERT_EQ(CFStringGetBytes(source, CFRangeMake(0, length), cfEncoding, 0, false, nullptr, 0, &size), length);
     std::string expected(static_cast<size_t>(size), '\0');
-    CFStringGetBytes(source, CFRangeMake(0, length), cfEncoding, 0, false, reinterpret_cast<UInt8*>(expected.data()), size,
-                     nullptr);
+    CFStringGetBytes(source, CFRangeMake(0, length), cfEncoding, 0, false, reinterpret_cast<UInt8*>(expected.data()),
+                     size, nullptr);
     const char* converted = ns::cStringUsingEncoding(source, encoding);
     ASSERT_NE(converted, nullptr) << encoding;
     EXPECT_EQ(std::string(converted), expected) << encoding;

@@ -105,7 +105,8 @@ int RunHex(const Arguments& arguments) {
   if (!ParseDirection("hex", arguments, &encode, &status)) return status;
   std::string input = ReadStandardInput();
   if (encode) {
-    CFDataRef data = CFDataCreate(NULL, reinterpret_cast<const UInt8*>(input.data()), static_cast<CFIndex>(input.size()));
+    CFDataRef data =
+        CFDataCreate(NULL, reinterpret_cast<const UInt8*>(input.data()), static_cast<CFIndex>(input.size()));
     if (!data) return Failure("CFDataCreate returns NULL");
     CFMutableStringRef text = NULL;
     OSStatus result = ZRCopyHexStringRefOfDataRef(data, true, &text);

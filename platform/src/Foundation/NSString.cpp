@@ -86,8 +86,8 @@ NSString* Autoreleased(CFStringRef string) {
 // A new string of the bytes in the encoding, or NULL when they are not valid in it.
 CFStringRef CreateString(const char* bytes, size_t length, CFStringEncoding encoding) {
   if (AgreesWithAscii(encoding) && IsAscii(bytes, length)) return zrp::CreateString(Widen(bytes, length));
-  return CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes), static_cast<CFIndex>(length),
-                                 encoding, false);
+  return CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes),
+                                 static_cast<CFIndex>(length), encoding, false);
 }
 
 }  // namespace
