@@ -100,6 +100,18 @@ TEST_F(Base32Test, CEncoderRefusesEmptyInput) {
   EXPECT_EQ(text, nullptr);
 }
 
+// The encoded length is a signed 32-bit count: longer text is refused before any byte is read.
+TEST_F(Base32Test, CEncoderRefusesTextTooLongForItsCount) {
+  const char bytes[1] = {'x'};
+  for (UInt32 length : {UInt32{1342177280}, UInt32{2000000000}, UInt32{0xFFFFFFFF}}) {
+    char* text = nullptr;
+    ZRTestingResetAllocationCount();
+    EXPECT_EQ(ZRCopyBase32BufferOfBuffer(bytes, length, &text), unknownErr) << length;
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(ZRTestingAllocationCount(), 0) << length;
+  }
+}
+
 TEST_F(Base32Test, CEncoderGivesTheEncodedLength) {
   std::mt19937 generator(1);
   for (size_t n = 1; n <= 40; ++n) {
