@@ -5,7 +5,7 @@
 
 # The Debian packages the project needs, one group per purpose. Add new dependencies here.
 ZR_PACKAGES=(
-  cmake ninja-build g++ make pkg-config             # the build
+  cmake ninja-build g++ make pkg-config ccache      # the build (ccache: fast rebuilds)
   libicu-dev libssl-dev libfontconfig-dev libpugixml-dev  # the host layer's libraries
   fontconfig fonts-dejavu-core                       # a font, so that fontconfig has an answer
   libgtest-dev libgmock-dev                          # tests
@@ -80,6 +80,16 @@ zr_ensure_packages() {
       fi
     done
     locale-gen
+  fi
+}
+
+# Compiles through ccache when it is there: a new build directory, or a fresh clone elsewhere on
+# the same machine (paths are hashed relative to the checkout), reuses every object file compiled
+# before. CMake reads the launcher variables when it first configures a build directory.
+zr_use_ccache() {
+  if command -v ccache >/dev/null 2>&1; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
   fi
 }
 
