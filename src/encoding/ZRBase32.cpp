@@ -135,7 +135,7 @@ OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void** outBuffer
   }
   while (remaining > 0) {
     size_t count = remaining < 8 ? remaining : 8;
-    SInt32 d[8];
+    SInt32 d[8] = {0};
     for (size_t i = 0; i < count; ++i) {
       d[i] = DigitOf(in[i]);
       // An invalid character ends the decoding quietly: the bytes before it stay, the rest of
