@@ -13,7 +13,11 @@
 namespace {
 
 using zrtest::LogCapture;
+using zrtest::MakeUnits;
+using zrtest::Pointer;
+using zrtest::Units;
 using zrtest::WithoutLine;
+using zrtest::WithoutLines;
 
 constexpr const char* kName = "ZRCopyAttributedStringRefOfStringRef";
 
@@ -22,31 +26,7 @@ class ZRAttributedStringTest : public ::testing::Test {
   NSAutoreleasePool pool_;
 };
 
-std::string Pointer(const void* pointer) {
-  if (!pointer) return "0x0";
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
-
-std::string Line(const std::string& message) { return "ERROR " + message + " (" + kName + ")"; }
-
-std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
-  std::vector<std::string> result;
-  for (const std::string& line : lines) result.push_back(WithoutLine(line));
-  return result;
-}
-
-CFStringRef MakeUnits(const std::u16string& units) {
-  return CFStringCreateWithCharacters(NULL, reinterpret_cast<const UniChar*>(units.data()),
-                                      static_cast<CFIndex>(units.size()));
-}
-
-std::u16string Units(CFStringRef string) {
-  std::u16string units(static_cast<size_t>(CFStringGetLength(string)), u'\0');
-  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)), reinterpret_cast<UniChar*>(units.data()));
-  return units;
-}
+std::string Line(const std::string& message) { return zrtest::ErrorLine(kName, message); }
 
 // Checks that the attributed string holds exactly the text and carries the system font of
 // the size over all of it, as its one attribute.

@@ -12,23 +12,11 @@
 
 namespace {
 
+using zrtest::AutoreleasedData;
+using zrtest::AutoreleasedString;
+using zrtest::Bytes;
+using zrtest::RandomBytes;
 using zrtest::Utf8;
-
-std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
-
-NSString* AutoreleasedString(const std::string& utf8) {
-  CFStringRef string = zrtest::MakeString(utf8);
-  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
-}
-
-NSData* AutoreleasedData(const std::string& bytes) { return ns::dataWithBytes(bytes.data(), bytes.size()); }
-
-std::string RandomBytes(size_t length, std::mt19937* generator) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::string bytes(length, '\0');
-  for (char& c : bytes) c = static_cast<char>(byte(*generator));
-  return bytes;
-}
 
 bool InAlphabet(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '2' && c <= '7'); }
 
@@ -71,18 +59,15 @@ OSStatus DecodeC(const std::string& text, std::string* bytes) {
   return status;
 }
 
-class Base32Test : public ::testing::Test {
+class Base32Test : public zrtest::LeakCheckedTest {
  protected:
-  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
   void TearDown() override {
     pool_.drain();
-    ZRTestingFailAllocation(0);
-    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+    LeakCheckedTest::TearDown();
   }
 
   zrtest::LogCapture log_;
   NSAutoreleasePool pool_;
-  long liveObjects_ = 0;
 };
 
 // ----- the C functions -----

@@ -10,23 +10,11 @@
 
 namespace {
 
+using zrtest::AutoreleasedData;
+using zrtest::AutoreleasedString;
+using zrtest::Bytes;
+using zrtest::RandomBytes;
 using zrtest::Utf8;
-
-std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
-
-NSString* AutoreleasedString(const std::string& utf8) {
-  CFStringRef string = zrtest::MakeString(utf8);
-  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
-}
-
-NSData* AutoreleasedData(const std::string& bytes) { return ns::dataWithBytes(bytes.data(), bytes.size()); }
-
-std::string RandomBytes(size_t length, std::mt19937* generator) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::string bytes(length, '\0');
-  for (char& c : bytes) c = static_cast<char>(byte(*generator));
-  return bytes;
-}
 
 const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -42,19 +30,16 @@ const struct {
                 {"fooba", "Zm9vYmE="},
                 {"foobar", "Zm9vYmFy"}};
 
-class Base64Test : public ::testing::Test {
+class Base64Test : public zrtest::LeakCheckedTest {
  protected:
-  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
   void TearDown() override {
     pool_.drain();
-    ZRTestingFailAllocation(0);
     EXPECT_TRUE(log_.lines().empty());
-    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+    LeakCheckedTest::TearDown();
   }
 
   zrtest::LogCapture log_;
   NSAutoreleasePool pool_;
-  long liveObjects_ = 0;
 };
 
 TEST_F(Base64Test, EncodesTheVectors) {

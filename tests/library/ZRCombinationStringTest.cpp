@@ -17,8 +17,12 @@
 namespace {
 
 using zrtest::LogCapture;
+using zrtest::MakeUnits;
+using zrtest::Pointer;
+using zrtest::Units;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
+using zrtest::WithoutLines;
 
 constexpr const char* kName = "ZRCopyCombinationStringRefOfStringArrayRef";
 
@@ -50,33 +54,8 @@ void UseLanguage(const char* posixLocale, const char* language) {
   setenv("LANGUAGE", language, 1);
 }
 
-std::string Pointer(const void* pointer) {
-  if (!pointer) return "0x0";
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
-
 std::string Line(const std::string& message, const char* function = kName) {
-  return "ERROR " + message + " (" + function + ")";
-}
-
-std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
-  std::vector<std::string> result;
-  for (const std::string& line : lines) result.push_back(WithoutLine(line));
-  return result;
-}
-
-CFStringRef MakeUnits(const std::u16string& units) {
-  return CFStringCreateWithCharacters(NULL, reinterpret_cast<const UniChar*>(units.data()),
-                                      static_cast<CFIndex>(units.size()));
-}
-
-std::u16string Units(CFStringRef string) {
-  if (!string) return u"<NULL>";
-  std::u16string units(static_cast<size_t>(CFStringGetLength(string)), u'\0');
-  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)), reinterpret_cast<UniChar*>(units.data()));
-  return units;
+  return zrtest::ErrorLine(function, message);
 }
 
 // UTF-8 for messages; a lone surrogate shows as U+FFFD.

@@ -11,6 +11,7 @@
 namespace {
 
 using zrtest::LogCapture;
+using zrtest::Pointer;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
 
@@ -18,12 +19,6 @@ class ZRFrameTest : public ::testing::Test {
  protected:
   NSAutoreleasePool pool_;
 };
-
-std::string Pointer(const void* pointer) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
 
 TEST_F(ZRFrameTest, ErrorLineNamesTheFunctionAndASourceLine) {
   LogCapture log;
@@ -79,7 +74,8 @@ TEST_F(ZRFrameTest, LowerFailureWritesBothLinesInnermostFirstAndPassesItsStatusU
   EXPECT_EQ(ZRCopyDataRefOfHexStringRef(CFSTR(""), true, &data), unknownErr);
   EXPECT_EQ(data, nullptr);
   ASSERT_EQ(log.lines().size(), 2u);
-  EXPECT_EQ(WithoutLine(log.lines()[0]), "ERROR CFStringGetMaximumSizeForEncoding returns 0 for '' (ZRCopyCBufferOfStringRef)");
+  EXPECT_EQ(WithoutLine(log.lines()[0]),
+            "ERROR CFStringGetMaximumSizeForEncoding returns 0 for '' (ZRCopyCBufferOfStringRef)");
   EXPECT_EQ(WithoutLine(log.lines()[1]), "ERROR ZRCopyCBufferOfStringRef returns -2223 (ZRCopyDataRefOfHexStringRef)");
 
   log.clear();

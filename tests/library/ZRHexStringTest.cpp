@@ -12,42 +12,18 @@
 
 namespace {
 
+using zrtest::Bytes;
+using zrtest::FormattedErrorLine;
+using zrtest::MakeData;
+using zrtest::RandomBytes;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
 
-// The ERROR line of `function` for a message made from the CF format, without its source line.
-std::string Line(const char* function, CFStringRef format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  CFStringRef message = CFStringCreateWithFormatAndArguments(nullptr, nullptr, format, arguments);
-  va_end(arguments);
-  std::string line = "ERROR " + Utf8(message) + " (" + function + ")";
-  CFRelease(message);
-  return line;
-}
-
-CFDataRef MakeData(const std::string& bytes) {
-  return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
-}
-
-std::string Bytes(CFDataRef data) {
-  return std::string(reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<size_t>(CFDataGetLength(data)));
-}
-
-std::string RandomBytes(size_t length, std::mt19937* generator) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::string bytes(length, '\0');
-  for (char& c : bytes) c = static_cast<char>(byte(*generator));
-  return bytes;
-}
-
-class HexTest : public ::testing::Test {
+class HexTest : public zrtest::LeakCheckedTest {
  protected:
-  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
   void TearDown() override {
     pool_.drain();
-    ZRTestingFailAllocation(0);
-    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+    LeakCheckedTest::TearDown();
   }
 
   // Runs `call` with the n-th allocation failing, n = 1, 2, ... until a run no longer reaches
@@ -80,7 +56,6 @@ class HexTest : public ::testing::Test {
 
   zrtest::LogCapture log_;
   NSAutoreleasePool pool_;
-  long liveObjects_ = 0;
 };
 
 // ----- ZRCopyHexStringRefOfDataRef -----
@@ -131,10 +106,12 @@ TEST_F(HexTest, EncoderRefusesMissingArguments) {
   EXPECT_EQ(string, nullptr);
   EXPECT_EQ(ZRCopyHexStringRefOfDataRef(data, true, nullptr), paramErr);
   ASSERT_EQ(log_.lines().size(), 2u);
-  EXPECT_EQ(WithoutLine(log_.lines()[0]), Line("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
-                                               static_cast<const void*>(nullptr), static_cast<void*>(&string)));
-  EXPECT_EQ(WithoutLine(log_.lines()[1]), Line("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
-                                               static_cast<const void*>(data), static_cast<void*>(nullptr)));
+  EXPECT_EQ(WithoutLine(log_.lines()[0]),
+            FormattedErrorLine("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
+                               static_cast<const void*>(nullptr), static_cast<void*>(&string)));
+  EXPECT_EQ(WithoutLine(log_.lines()[1]),
+            FormattedErrorLine("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
+                               static_cast<const void*>(data), static_cast<void*>(nullptr)));
   log_.clear();
   EXPECT_EQ(ZRCopyHexStringRefOfDataRef(nullptr, false, &string), paramErr);
   EXPECT_EQ(ZRCopyHexStringRefOfDataRef(data, false, nullptr), paramErr);
@@ -156,8 +133,8 @@ TEST_F(HexTest, EncoderReleasesAndEmptiesAFullSlot) {
       ASSERT_EQ(log_.lines().size(), 1u);
       // The line shows the slot's address, not the string in it.
       EXPECT_EQ(WithoutLine(log_.lines()[0]),
-                Line("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
-                     static_cast<const void*>(data), slot));
+                FormattedErrorLine("ZRCopyHexStringRefOfDataRef", CFSTR("inDataRef: %p, outStringRef: %p"),
+                                   static_cast<const void*>(data), slot));
     } else {
       EXPECT_TRUE(log_.lines().empty());
     }
@@ -262,8 +239,8 @@ TEST_F(HexTest, TakesNonAsciiTextThroughItsEscapedForm) {
       ++refused;
       EXPECT_EQ(Decode(text), "<" + std::to_string(unknownErr) + ">") << text;
       EXPECT_EQ(WithoutLine(log_.lines().back()),
-                Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"),
-                     static_cast<int>(unknownErr)));
+                FormattedErrorLine("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"),
+                                   static_cast<int>(unknownErr)));
     } else {
       auto digit = [](char c) -> int {
         return (c >= '0' && c <= '9')   ? c - '0'
@@ -289,9 +266,9 @@ TEST_F(HexTest, RefusesTheEmptyString) {
   ASSERT_GE(log_.lines().size(), 2u);
   // The conversion's own line comes first, then this function's.
   EXPECT_NE(log_.lines().front().find("(ZRCopyCBufferOfStringRef,"), std::string::npos);
-  EXPECT_EQ(
-      WithoutLine(log_.lines().back()),
-      Line("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)));
+  EXPECT_EQ(WithoutLine(log_.lines().back()),
+            FormattedErrorLine("ZRCopyDataRefOfHexStringRef", CFSTR("ZRCopyCBufferOfStringRef returns %i"),
+                               static_cast<int>(unknownErr)));
   log_.clear();
   EXPECT_EQ(Decode("", false), "<" + std::to_string(unknownErr) + ">");
   EXPECT_TRUE(log_.lines().empty());
@@ -310,11 +287,11 @@ TEST_F(HexTest, DecoderRefusesMissingArguments) {
   const char* function = "ZRCopyDataRefOfHexStringRef";
   CFStringRef format = CFSTR("inHexStringRef: %p, outDataRef: %p");
   EXPECT_EQ(WithoutLine(log_.lines()[0]),
-            Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&data)));
+            FormattedErrorLine(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&data)));
   EXPECT_EQ(WithoutLine(log_.lines()[1]),
-            Line(function, format, static_cast<const void*>(string), static_cast<void*>(nullptr)));
+            FormattedErrorLine(function, format, static_cast<const void*>(string), static_cast<void*>(nullptr)));
   EXPECT_EQ(WithoutLine(log_.lines()[2]),
-            Line(function, format, static_cast<const void*>(string), static_cast<void*>(&full)));
+            FormattedErrorLine(function, format, static_cast<const void*>(string), static_cast<void*>(&full)));
   log_.clear();
   EXPECT_EQ(ZRCopyDataRefOfHexStringRef(nullptr, false, &data), paramErr);
   EXPECT_EQ(ZRCopyDataRefOfHexStringRef(string, false, &full), paramErr);
@@ -339,9 +316,10 @@ TEST_F(HexTest, DecoderReportsEachAllocationThatFails) {
       return true;
     });
     std::set<std::string> expected = {
-        Line(function, CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)),
-        Line(function, CFSTR("calloc returns NULL")), Line(function, CFSTR("CFDataCreate returns NULL"))};
-    if (std::strlen(text) % 2) expected.insert(Line(function, CFSTR("hexStringRef is NULL")));
+        FormattedErrorLine(function, CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)),
+        FormattedErrorLine(function, CFSTR("calloc returns NULL")),
+        FormattedErrorLine(function, CFSTR("CFDataCreate returns NULL"))};
+    if (std::strlen(text) % 2) expected.insert(FormattedErrorLine(function, CFSTR("hexStringRef is NULL")));
     EXPECT_EQ(lines, expected) << text;
     CFRelease(string);
   }
@@ -407,11 +385,11 @@ TEST_F(HexTest, HandleRefusesMissingArgumentsAndLeavesAFullSlotAlone) {
   const char* function = "ZRCopyHandleOfDataRef";
   CFStringRef format = CFSTR("inDataRef: %p, outHandle: %p");
   EXPECT_EQ(WithoutLine(log_.lines()[0]),
-            Line(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&handle)));
+            FormattedErrorLine(function, format, static_cast<const void*>(nullptr), static_cast<void*>(&handle)));
   EXPECT_EQ(WithoutLine(log_.lines()[1]),
-            Line(function, format, static_cast<const void*>(data), static_cast<void*>(nullptr)));
+            FormattedErrorLine(function, format, static_cast<const void*>(data), static_cast<void*>(nullptr)));
   EXPECT_EQ(WithoutLine(log_.lines()[2]),
-            Line(function, format, static_cast<const void*>(data), static_cast<void*>(&other)));
+            FormattedErrorLine(function, format, static_cast<const void*>(data), static_cast<void*>(&other)));
   log_.clear();
   EXPECT_EQ(ZRCopyHandleOfDataRef(nullptr, &handle, false), paramErr);
   EXPECT_TRUE(log_.lines().empty());

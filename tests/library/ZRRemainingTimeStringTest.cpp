@@ -17,23 +17,12 @@
 namespace {
 
 using zrtest::LogCapture;
+using zrtest::Pointer;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
+using zrtest::WithoutLines;
 
-std::string Pointer(const void* pointer) {
-  if (!pointer) return "0x0";
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
-
-std::string Line(const std::string& message) { return "ERROR " + message + " (ZRCopyRemainingTimeStringRef)"; }
-
-std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
-  std::vector<std::string> result;
-  for (const std::string& line : lines) result.push_back(WithoutLine(line));
-  return result;
-}
+std::string Line(const std::string& message) { return zrtest::ErrorLine("ZRCopyRemainingTimeStringRef", message); }
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();

@@ -21,14 +21,9 @@ using zrtest::WithoutLine;
 
 const char kFunction[] = "ZRCopySHADataRefOfPathStringRef";
 
-std::string Line(CFStringRef format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  CFStringRef message = CFStringCreateWithFormatAndArguments(nullptr, nullptr, format, arguments);
-  va_end(arguments);
-  std::string line = "ERROR " + Utf8(message) + " (" + kFunction + ")";
-  CFRelease(message);
-  return line;
+template <class... Arguments>
+std::string Line(CFStringRef format, Arguments... arguments) {
+  return zrtest::FormattedErrorLine(kFunction, format, arguments...);
 }
 
 std::string Hex(CFDataRef data) {
@@ -49,19 +44,18 @@ int OpenFileCount() {
   return count;
 }
 
-class SHATest : public ::testing::Test {
+class SHATest : public zrtest::LeakCheckedTest {
  protected:
   void SetUp() override {
     std::string pattern = (std::filesystem::temp_directory_path() / "ZRSHATest.XXXXXX").string();
     ASSERT_NE(mkdtemp(pattern.data()), nullptr);
     folder_ = pattern;
-    liveObjects_ = ZRTestingLiveObjectCount();
+    LeakCheckedTest::SetUp();
     openFiles_ = OpenFileCount();
   }
   void TearDown() override {
     pool_.drain();
-    ZRTestingFailAllocation(0);
-    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+    LeakCheckedTest::TearDown();
     EXPECT_EQ(OpenFileCount(), openFiles_);
     std::error_code ignored;
     std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
@@ -93,7 +87,6 @@ class SHATest : public ::testing::Test {
   zrtest::LogCapture log_;
   NSAutoreleasePool pool_;
   std::string folder_;
-  long liveObjects_ = 0;
   int openFiles_ = 0;
 };
 

@@ -16,26 +16,12 @@
 
 namespace {
 
+using zrtest::ErrorLine;
 using zrtest::LogCapture;
+using zrtest::Pointer;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
-
-std::string Pointer(const void* pointer) {
-  if (!pointer) return "0x0";
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
-
-std::string Line(const char* function, const std::string& message) {
-  return "ERROR " + message + " (" + function + ")";
-}
-
-std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
-  std::vector<std::string> result;
-  for (const std::string& line : lines) result.push_back(WithoutLine(line));
-  return result;
-}
+using zrtest::WithoutLines;
 
 // Each test runs in the locale it names, with preferences in a folder of its own.
 class ZRSizeStringTest : public ::testing::Test {
@@ -162,9 +148,9 @@ TEST_F(ZRSizeStringTest, UnknownUnitSelectorsFail) {
     CFStringRef string = NULL;
     EXPECT_EQ(ZRCopySizeStringRef(1536, unit, 1, &string, true), unknownErr) << unit;
     EXPECT_EQ(string, nullptr);
-    EXPECT_EQ(
-        WithoutLines(log.lines()),
-        std::vector<std::string>{Line("ZRCopySizeStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
+    EXPECT_EQ(WithoutLines(log.lines()),
+              std::vector<std::string>{
+                  ErrorLine("ZRCopySizeStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
     log.clear();
     EXPECT_EQ(ZRCopySizeStringRef(1536, unit, 1, &string, false), unknownErr);
     EXPECT_EQ(string, nullptr);
@@ -180,8 +166,8 @@ TEST_F(ZRSizeStringTest, BadSlotFails) {
   EXPECT_EQ(ZRCopySizeStringRef(1, 0, 0, &slot, true), paramErr);
   EXPECT_EQ(slot, full);
   EXPECT_EQ(WithoutLines(log.lines()),
-            (std::vector<std::string>{Line("ZRCopySizeStringRef", "outStringRef: 0x0"),
-                                      Line("ZRCopySizeStringRef", "outStringRef: " + Pointer(&slot))}));
+            (std::vector<std::string>{ErrorLine("ZRCopySizeStringRef", "outStringRef: 0x0"),
+                                      ErrorLine("ZRCopySizeStringRef", "outStringRef: " + Pointer(&slot))}));
   log.clear();
   EXPECT_EQ(ZRCopySizeStringRef(1, 0, 0, NULL, false), paramErr);
   EXPECT_EQ(ZRCopySizeStringRef(1, 0, 0, &slot, false), paramErr);
@@ -204,9 +190,9 @@ TEST_F(ZRSizeStringTest, SizeStringIsAutoreleased) {
 TEST_F(ZRSizeStringTest, SizeStringFailsWithNilAndALine) {
   LogCapture log;
   EXPECT_EQ(ZRSizeString(1536, 6, 1), nil);
-  EXPECT_EQ(
-      WithoutLines(log.lines()),
-      std::vector<std::string>{Line("ZRCopySizeStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
+  EXPECT_EQ(WithoutLines(log.lines()),
+            std::vector<std::string>{
+                ErrorLine("ZRCopySizeStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
 }
 
 TEST_F(ZRSizeStringTest, NumbersInEnglish) {
@@ -247,7 +233,7 @@ TEST_F(ZRSizeStringTest, NumberOfAnUnknownTypeFails) {
   EXPECT_EQ(string, nullptr);
   EXPECT_EQ(WithoutLines(log.lines()),
             std::vector<std::string>{
-                Line("ZRCopyLocalizedNumberStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
+                ErrorLine("ZRCopyLocalizedNumberStringRef", "CFNumberFormatterCreateStringWithValue returns NULL")});
 }
 
 TEST_F(ZRSizeStringTest, NumberWithBadArgumentsFails) {
@@ -262,10 +248,11 @@ TEST_F(ZRSizeStringTest, NumberWithBadArgumentsFails) {
   EXPECT_EQ(empty, nullptr);
   EXPECT_EQ(slot, full);
   const char* f = "ZRCopyLocalizedNumberStringRef";
-  EXPECT_EQ(WithoutLines(log.lines()),
-            (std::vector<std::string>{Line(f, "inValue: 0x0, outStringRef: " + Pointer(&empty)),
-                                      Line(f, "inValue: " + Pointer(&value) + ", outStringRef: 0x0"),
-                                      Line(f, "inValue: " + Pointer(&value) + ", outStringRef: " + Pointer(&slot))}));
+  EXPECT_EQ(
+      WithoutLines(log.lines()),
+      (std::vector<std::string>{ErrorLine(f, "inValue: 0x0, outStringRef: " + Pointer(&empty)),
+                                ErrorLine(f, "inValue: " + Pointer(&value) + ", outStringRef: 0x0"),
+                                ErrorLine(f, "inValue: " + Pointer(&value) + ", outStringRef: " + Pointer(&slot))}));
   log.clear();
   EXPECT_EQ(ZRCopyLocalizedNumberStringRef(NULL, kCFNumberIntType, 0, &empty, false), paramErr);
   EXPECT_EQ(ZRCopyLocalizedNumberStringRef(&value, kCFNumberIntType, 0, &slot, false), paramErr);
@@ -287,7 +274,8 @@ TEST_F(ZRSizeStringTest, LocalizedNumberStringOfValue) {
     EXPECT_EQ(lines[0].substr(0, 36), "ERROR inValue: 0x0, outStringRef: 0x");
     EXPECT_EQ(lines[0].find("outStringRef: 0x0 "), std::string::npos);
     EXPECT_EQ(lines[0].substr(lines[0].size() - 33), " (ZRCopyLocalizedNumberStringRef)");
-    EXPECT_EQ(lines[1], Line("ZRCopyLocalizedNumberStringRef", "CFNumberFormatterCreateStringWithValue returns NULL"));
+    EXPECT_EQ(lines[1],
+              ErrorLine("ZRCopyLocalizedNumberStringRef", "CFNumberFormatterCreateStringWithValue returns NULL"));
   }
   EXPECT_EQ(ZRTestingLiveObjectCount(), live);
 }

@@ -18,43 +18,18 @@ namespace {
 
 using zrtest::LogCapture;
 using zrtest::MakeString;
+using zrtest::MakeUnits;
+using zrtest::Pointer;
+using zrtest::Units;
 using zrtest::WithoutLine;
+using zrtest::WithoutLines;
 
 class ZRStringUtilitiesTest : public ::testing::Test {
  protected:
   NSAutoreleasePool pool_;
 };
 
-// What %p prints for a pointer: "0x0" for NULL, as the platform writes it.
-std::string Pointer(const void* pointer) {
-  if (!pointer) return "0x0";
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
-
-// Strings given and read as UTF-16 units, so that lone surrogates can be made and seen.
-CFStringRef MakeUnits(const std::u16string& units) {
-  return CFStringCreateWithCharacters(NULL, reinterpret_cast<const UniChar*>(units.data()),
-                                      static_cast<CFIndex>(units.size()));
-}
-
-std::u16string Units(CFStringRef string) {
-  if (!string) return u"<NULL>";
-  std::u16string units(static_cast<size_t>(CFStringGetLength(string)), u'\0');
-  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)), reinterpret_cast<UniChar*>(units.data()));
-  return units;
-}
-
-std::string Line(const std::string& message, const char* function) {
-  return "ERROR " + message + " (" + function + ")";
-}
-
-std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
-  std::vector<std::string> result;
-  for (const std::string& line : lines) result.push_back(WithoutLine(line));
-  return result;
-}
+std::string Line(const std::string& message, const char* function) { return zrtest::ErrorLine(function, message); }
 
 // One run of a function with the n-th allocation failing.
 struct FaultRun {

@@ -1,6 +1,8 @@
 // TestSupport.cpp: helpers shared by the test suites.
 #include "TestSupport.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <regex>
 
 namespace zrtest {
@@ -13,6 +15,13 @@ void LogCapture::Sink(const char* message, void* context) {
   static_cast<LogCapture*>(context)->lines_.emplace_back(message);
 }
 
+void LeakCheckedTest::SetUp() { liveObjects_ = ZRTestingLiveObjectCount(); }
+
+void LeakCheckedTest::TearDown() {
+  ZRTestingFailAllocation(0);
+  EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_) << "objects leaked";
+}
+
 std::string Utf8(CFTypeRef string) {
   if (!string) return "<NULL>";
   CFStringRef text = static_cast<CFStringRef>(string);
@@ -23,14 +32,92 @@ std::string Utf8(CFTypeRef string) {
   return buffer;
 }
 
+std::string Description(CFTypeRef object) {
+  CFStringRef text = CFCopyDescription(object);
+  std::string description = Utf8(text);
+  if (text) CFRelease(text);
+  return description;
+}
+
 CFStringRef MakeString(const std::string& utf8) {
-  return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(utf8.data()), static_cast<CFIndex>(utf8.size()),
-                                 kCFStringEncodingUTF8, false);
+  return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(utf8.data()),
+                                 static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false);
+}
+
+CFStringRef MakeUnits(const std::u16string& units) {
+  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                      static_cast<CFIndex>(units.size()));
+}
+
+std::u16string Units(CFStringRef string) {
+  if (!string) return u"<NULL>";
+  std::u16string units(static_cast<size_t>(CFStringGetLength(string)), u'\0');
+  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)), reinterpret_cast<UniChar*>(units.data()));
+  return units;
+}
+
+CFDataRef MakeData(const std::string& bytes) {
+  return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
+}
+
+CFNumberRef Number(int value) { return CFNumberCreate(nullptr, kCFNumberIntType, &value); }
+
+int IntOf(const void* number) {
+  int value = 0;
+  CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberIntType, &value);
+  return value;
+}
+
+NSString* AutoreleasedString(const std::string& utf8) {
+  CFStringRef string = MakeString(utf8);
+  if (!string) return nil;
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
+NSData* AutoreleasedData(const std::string& bytes) { return ns::dataWithBytes(bytes.data(), bytes.size()); }
+
+std::string Bytes(CFDataRef data) {
+  return std::string(reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<size_t>(CFDataGetLength(data)));
+}
+
+std::string RandomBytes(size_t length, std::mt19937* generator) {
+  std::uniform_int_distribution<int> byte(0, 255);
+  std::string bytes(length, '\0');
+  for (char& c : bytes) c = static_cast<char>(byte(*generator));
+  return bytes;
+}
+
+std::string Pointer(const void* pointer) {
+  // glibc prints "(nil)" for NULL; the platform prints "0x0".
+  if (!pointer) return "0x0";
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", pointer);
+  return text;
 }
 
 std::string WithoutLine(const std::string& errorLine) {
   static const std::regex kLine(",[0-9]+\\)$");
   return std::regex_replace(errorLine, kLine, ")");
+}
+
+std::vector<std::string> WithoutLines(const std::vector<std::string>& lines) {
+  std::vector<std::string> result;
+  for (const std::string& line : lines) result.push_back(WithoutLine(line));
+  return result;
+}
+
+std::string ErrorLine(const char* function, const std::string& message) {
+  return "ERROR " + message + " (" + function + ")";
+}
+
+std::string FormattedErrorLine(const char* function, CFStringRef format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  CFStringRef message = CFStringCreateWithFormatAndArguments(nullptr, nullptr, format, arguments);
+  va_end(arguments);
+  std::string line = ErrorLine(function, Utf8(message));
+  if (message) CFRelease(message);
+  return line;
 }
 
 }  // namespace zrtest
