@@ -9,32 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Text(CFStringRef text) {
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) {
-    UniChar c = CFStringGetCharacterAtIndex(text, i);
-    out.push_back(c < 0x80 ? static_cast<char>(c) : '?');
-  }
-  return out;
-}
-
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  if (!text) return "<NULL>";
-  std::string out = Text(text);
-  CFRelease(text);
-  return out;
-}
-
-CFNumberRef Number(int value) { return CFNumberCreate(nullptr, kCFNumberIntType, &value); }
-
-int IntOf(const void* number) {
-  int value = 0;
-  CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberIntType, &value);
-  return value;
-}
+using zrtest::Description;
+using zrtest::IntOf;
+using zrtest::Number;
 
 // Values that count their own retains and releases through custom callbacks.
 struct Counted {
@@ -58,10 +39,7 @@ Boolean EqualCounted(const void* a, const void* b) {
   return static_cast<const Counted*>(a)->key == static_cast<const Counted*>(b)->key;
 }
 CFStringRef DescribeCounted(const void* value) {
-  std::string text = "#" + std::to_string(static_cast<const Counted*>(value)->key);
-  std::u16string chars(text.begin(), text.end());
-  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()),
-                                      static_cast<CFIndex>(chars.size()));
+  return zrtest::MakeString("#" + std::to_string(static_cast<const Counted*>(value)->key));
 }
 
 const CFArrayCallBacks kCountedCallBacks = {0, RetainCounted, ReleaseCounted, DescribeCounted, EqualCounted};
@@ -77,14 +55,12 @@ CFComparisonResult CompareNumbers(const void* a, const void* b, void*) {
   return CFNumberCompare(static_cast<CFNumberRef>(a), static_cast<CFNumberRef>(b), nullptr);
 }
 
-class CFArrayTest : public ::testing::Test {
+class CFArrayTest : public zrtest::LeakCheckedTest {
  protected:
   void SetUp() override {
-    live_ = ZRTestingLiveObjectCount();
+    LeakCheckedTest::SetUp();
     gRetainCalls.clear();
   }
-  void TearDown() override { EXPECT_EQ(ZRTestingLiveObjectCount(), live_) << "objects leaked"; }
-  long live_ = 0;
 };
 
 TEST_F(CFArrayTest, TypeArrayRetainsItsValuesAndReleasesThemWhenFreed) {

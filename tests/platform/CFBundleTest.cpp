@@ -21,8 +21,7 @@ namespace {
 using zrtest::Utf8;
 
 std::string Utf8Of(const std::u16string& text) {
-  CFStringRef string =
-      CFStringCreateWithCharacters(kCFAllocatorDefault, reinterpret_cast<const UniChar*>(text.data()), text.size());
+  CFStringRef string = zrtest::MakeUnits(text);
   std::string utf8 = Utf8(string);
   CFRelease(string);
   return utf8;

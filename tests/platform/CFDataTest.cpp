@@ -7,29 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  if (!text) return "<NULL>";
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
-    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
-  CFRelease(text);
-  return out;
-}
+using zrtest::Description;
 
 std::vector<UInt8> Bytes(CFDataRef data) {
   const UInt8* p = CFDataGetBytePtr(data);
   return std::vector<UInt8>(p, p + CFDataGetLength(data));
 }
 
-class CFDataTest : public ::testing::Test {
- protected:
-  void SetUp() override { live_ = ZRTestingLiveObjectCount(); }
-  void TearDown() override { EXPECT_EQ(ZRTestingLiveObjectCount(), live_) << "objects leaked"; }
-  long live_ = 0;
-};
+using CFDataTest = zrtest::LeakCheckedTest;
 
 const UInt8 kFive[] = {0x00, 0x01, 0x02, 0x03, 0x04};
 

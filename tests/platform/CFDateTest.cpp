@@ -9,17 +9,11 @@
 #include <ctime>
 #include <string>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  if (!text) return "<NULL>";
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
-    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
-  CFRelease(text);
-  return out;
-}
+using zrtest::Description;
 
 TEST(CFDate, ReferenceDateConstants) {
   // 31 years from 1970 to 2001, eight of them leap years.

@@ -11,53 +11,25 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Text(CFStringRef text) {
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) {
-    UniChar c = CFStringGetCharacterAtIndex(text, i);
-    out.push_back(c < 0x80 ? static_cast<char>(c) : '?');
-  }
-  return out;
-}
-
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  if (!text) return "<NULL>";
-  std::string out = Text(text);
-  CFRelease(text);
-  return out;
-}
-
-CFStringRef String(const std::string& ascii) {
-  std::u16string chars(ascii.begin(), ascii.end());
-  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(chars.data()),
-                                      static_cast<CFIndex>(chars.size()));
-}
-
-CFNumberRef Number(int value) { return CFNumberCreate(nullptr, kCFNumberIntType, &value); }
-
-int IntOf(const void* number) {
-  int value = 0;
-  CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberIntType, &value);
-  return value;
-}
+using zrtest::Description;
+using zrtest::IntOf;
+using zrtest::MakeString;
+using zrtest::Number;
+using zrtest::Utf8;
 
 CFMutableDictionaryRef MakeTypeDictionary() {
   return CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
 }
 
-class CFDictionaryTest : public ::testing::Test {
- protected:
-  void SetUp() override { live_ = ZRTestingLiveObjectCount(); }
-  void TearDown() override { EXPECT_EQ(ZRTestingLiveObjectCount(), live_) << "objects leaked"; }
-  long live_ = 0;
-};
+using CFDictionaryTest = zrtest::LeakCheckedTest;
 
 TEST_F(CFDictionaryTest, CreateRetainsKeysAndValues) {
-  CFStringRef key1 = String("one");
-  CFStringRef key2 = String("two");
+  CFStringRef key1 = MakeString("one");
+  CFStringRef key2 = MakeString("two");
   CFNumberRef value1 = Number(1);
   CFNumberRef value2 = Number(2);
   const void* keys[] = {key1, key2};
@@ -70,7 +42,7 @@ TEST_F(CFDictionaryTest, CreateRetainsKeysAndValues) {
   EXPECT_EQ(CFGetRetainCount(key1), 2);
   EXPECT_EQ(CFGetRetainCount(value2), 2);
   // Lookups compare keys by content, not identity.
-  CFStringRef lookup = String("two");
+  CFStringRef lookup = MakeString("two");
   EXPECT_EQ(CFDictionaryGetValue(dict, lookup), value2);
   EXPECT_EQ(CFDictionaryGetValue(dict, CFSTR("one")), value1);
   EXPECT_EQ(CFDictionaryGetValue(dict, CFSTR("three")), nullptr);
@@ -202,10 +174,10 @@ TEST_F(CFDictionaryTest, CopyStringKeyCallbacksCopyMutableKeys) {
   const void* storedKey = nullptr;
   CFDictionaryGetKeysAndValues(dict, &storedKey, nullptr);
   EXPECT_NE(storedKey, key);
-  EXPECT_EQ(Text(static_cast<CFStringRef>(storedKey)), "name");
+  EXPECT_EQ(Utf8(static_cast<CFStringRef>(storedKey)), "name");
 
   // An immutable key is its own copy; non-string keys are retained.
-  CFStringRef immutableKey = String("fixed");
+  CFStringRef immutableKey = MakeString("fixed");
   CFDictionarySetValue(dict, immutableKey, CFSTR("v"));
   EXPECT_EQ(CFGetRetainCount(immutableKey), 2);
   CFNumberRef numberKey = Number(5);
@@ -236,7 +208,7 @@ Boolean EqualKeys(const void* a, const void* b) {
 CFHashCode HashKey(const void* key) { return static_cast<CFHashCode>(static_cast<const Key*>(key)->value % 4); }
 CFStringRef DescribeKey(const void* key) {
   std::string text = "k" + std::to_string(static_cast<const Key*>(key)->value);
-  return String(text);
+  return MakeString(text);
 }
 const CFDictionaryKeyCallBacks kKeyCallBacks = {0, RetainKey, ReleaseKey, DescribeKey, EqualKeys, HashKey};
 
@@ -281,7 +253,7 @@ TEST_F(CFDictionaryTest, NullCallbacksUsePointerIdentity) {
   EXPECT_EQ(CFDictionaryGetCount(dict), 2);
   EXPECT_STREQ(static_cast<const char*>(CFDictionaryGetValue(dict, a)), "A");
   EXPECT_STREQ(static_cast<const char*>(CFDictionaryGetValue(dict, b)), "B");
-  CFStringRef object = String("s");
+  CFStringRef object = MakeString("s");
   CFDictionarySetValue(dict, object, object);
   EXPECT_EQ(CFGetRetainCount(object), 1);  // neither key nor value is retained
   CFRelease(dict);
@@ -332,7 +304,7 @@ TEST_F(CFDictionaryTest, RandomOperationsAgreeWithAModel) {
 TEST_F(CFDictionaryTest, ApplyFunctionVisitsEveryPairOnce) {
   CFMutableDictionaryRef dict = MakeTypeDictionary();
   for (int i = 0; i < 10; ++i) {
-    CFStringRef key = String("k" + std::to_string(i));
+    CFStringRef key = MakeString("k" + std::to_string(i));
     CFNumberRef value = Number(i);
     CFDictionarySetValue(dict, key, value);
     CFRelease(key);
@@ -342,7 +314,7 @@ TEST_F(CFDictionaryTest, ApplyFunctionVisitsEveryPairOnce) {
   CFDictionaryApplyFunction(
       dict,
       [](const void* key, const void* value, void* context) {
-        (*static_cast<std::map<std::string, int>*>(context))[Text(static_cast<CFStringRef>(key))] += IntOf(value) + 1;
+        (*static_cast<std::map<std::string, int>*>(context))[Utf8(static_cast<CFStringRef>(key))] += IntOf(value) + 1;
       },
       &seen);
   ASSERT_EQ(seen.size(), 10u);
@@ -405,7 +377,7 @@ TEST_F(CFDictionaryTest, EqualityByContent) {
   CFNumberRef oneDouble = CFNumberCreate(nullptr, kCFNumberDoubleType, &oneValue);
   CFDictionarySetValue(a, CFSTR("x"), one);
   CFDictionarySetValue(a, CFSTR("y"), CFSTR("text"));
-  CFStringRef y = String("y");
+  CFStringRef y = MakeString("y");
   CFDictionarySetValue(b, y, CFSTR("text"));
   CFDictionarySetValue(b, CFSTR("x"), oneDouble);
   EXPECT_TRUE(CFEqual(a, b));

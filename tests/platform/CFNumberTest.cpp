@@ -11,18 +11,11 @@
 #include <limits>
 #include <string>
 
+#include "TestSupport.h"
+
 namespace {
 
-// The object's description (what %@ prints) as UTF-8; these are all ASCII.
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  if (!text) return "<NULL>";
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i)
-    out.push_back(static_cast<char>(CFStringGetCharacterAtIndex(text, i)));
-  CFRelease(text);
-  return out;
-}
+using zrtest::Description;
 
 template <class T>
 CFNumberRef Make(CFNumberType type, T value) {

@@ -17,10 +17,7 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-CFDataRef MakeData(const std::string& text) {
-  return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(text.data()), static_cast<CFIndex>(text.size()));
-}
+using zrtest::MakeData;
 
 CFDataRef MakeData(const Bytes& bytes) {
   return CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size()));
@@ -81,8 +78,7 @@ double RealOf(CFTypeRef number) {
 std::string BytesOf(CFTypeRef data) {
   EXPECT_TRUE(data && CFGetTypeID(data) == CFDataGetTypeID());
   if (!data) return "";
-  auto d = static_cast<CFDataRef>(data);
-  return std::string(reinterpret_cast<const char*>(CFDataGetBytePtr(d)), static_cast<size_t>(CFDataGetLength(d)));
+  return zrtest::Bytes(static_cast<CFDataRef>(data));
 }
 
 CFNumberRef Int(int64_t value) { return CFNumberCreate(nullptr, kCFNumberSInt64Type, &value); }
@@ -343,14 +339,7 @@ const std::string kSampleXML = InPlist(
     "\t<integer>-9223372036854775808</integer>\n"
     "</dict>\n");
 
-class CFPropertyListTest : public ::testing::Test {
- protected:
-  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
-  void TearDown() override { EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_) << "objects leaked"; }
-
- private:
-  long liveObjects_ = 0;
-};
+using CFPropertyListTest = zrtest::LeakCheckedTest;
 
 TEST_F(CFPropertyListTest, WritesTheSampleByteForByte) {
   CFDictionaryRef sample = CreateSample();

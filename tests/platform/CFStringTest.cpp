@@ -11,18 +11,14 @@
 #include <string>
 #include <vector>
 
-#include "CFString/StringImpl.h"
+#include "TestSupport.h"
 
 namespace {
 
 using Bytes = std::vector<UInt8>;
 
-CFStringRef FromUnits(const std::u16string& units) {
-  return CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
-                                      static_cast<CFIndex>(units.size()));
-}
-
-std::u16string Units(CFStringRef string) { return string ? string->chars : u"<NULL>"; }
+using zrtest::MakeUnits;
+using zrtest::Units;
 
 Bytes Encode(CFStringRef string, CFStringEncoding encoding, bool external = false, UInt8 lossByte = 0,
              CFIndex* converted = nullptr) {
@@ -86,7 +82,7 @@ TEST(CFStringEncoding, RoundTripsEveryEncoding) {
   for (const RoundTrip& trip : trips) {
     SCOPED_TRACE(trip.encoding);
     EXPECT_TRUE(CFStringIsEncodingAvailable(trip.encoding));
-    CFStringRef original = FromUnits(trip.text);
+    CFStringRef original = MakeUnits(trip.text);
     for (bool external : {false, true}) {
       CFIndex converted = 0;
       Bytes bytes = Encode(original, trip.encoding, external, 0, &converted);
@@ -101,7 +97,7 @@ TEST(CFStringEncoding, RoundTripsEveryEncoding) {
 }
 
 TEST(CFStringEncoding, ExactBytes) {
-  CFStringRef text = FromUnits(u"a\u00e9\u20ac\U0001F600");
+  CFStringRef text = MakeUnits(u"a\u00e9\u20ac\U0001F600");
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF8), (Bytes{'a', 0xC3, 0xA9, 0xE2, 0x82, 0xAC, 0xF0, 0x9F, 0x98, 0x80}));
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF16BE), (Bytes{0, 'a', 0x00, 0xE9, 0x20, 0xAC, 0xD8, 0x3D, 0xDE, 0x00}));
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF16LE), (Bytes{'a', 0, 0xE9, 0x00, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE}));
@@ -113,7 +109,7 @@ TEST(CFStringEncoding, ExactBytes) {
 }
 
 TEST(CFStringEncoding, ByteOrderMarkOfUnmarkedUTF16AndUTF32) {
-  CFStringRef text = FromUnits(u"hi");
+  CFStringRef text = MakeUnits(u"hi");
   // The host is little-endian: the mark and the units are written in that order.
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF16, true), (Bytes{0xFF, 0xFE, 'h', 0, 'i', 0}));
   EXPECT_EQ(Encode(text, kCFStringEncodingUTF16, false), (Bytes{'h', 0, 'i', 0}));
@@ -210,7 +206,7 @@ TEST(CFStringEncoding, EightBitTablesCoverEveryByte) {
 }
 
 TEST(CFStringEncoding, NonLossyASCIIEscapes) {
-  CFStringRef text = FromUnits(u"a\\b\u00e9\u00ff\u0100\u4e2d\U0001F600\n");
+  CFStringRef text = MakeUnits(u"a\\b\u00e9\u00ff\u0100\u4e2d\U0001F600\n");
   Bytes bytes = Encode(text, kCFStringEncodingNonLossyASCII);
   EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "a\\\\b\\351\\377\\u0100\\u4e2d\\ud83d\\ude00\n");
   CFRelease(text);
@@ -222,7 +218,7 @@ TEST(CFStringEncoding, NonLossyASCIIEscapes) {
 }
 
 TEST(CFStringEncoding, LoneSurrogatesAndNonBMP) {
-  CFStringRef lone = FromUnits(std::u16string(u"a") + char16_t(0xD800) + u"b");
+  CFStringRef lone = MakeUnits(std::u16string(u"a") + char16_t(0xD800) + u"b");
   CFIndex converted = 0;
   // UTF-8 cannot carry an unpaired surrogate: the conversion stops before it...
   Bytes utf8 = Encode(lone, kCFStringEncodingUTF8, false, 0, &converted);
@@ -264,7 +260,7 @@ TEST(CFStringEncoding, LoneSurrogatesAndNonBMP) {
 }
 
 TEST(CFStringEncoding, GetBytesStopsAtTheFirstUnconvertibleCharacterOrFullBuffer) {
-  CFStringRef text = FromUnits(u"ab\u00e9cd");
+  CFStringRef text = MakeUnits(u"ab\u00e9cd");
   UInt8 buffer[8];
   CFIndex used = -1;
   EXPECT_EQ(CFStringGetBytes(text, CFRangeMake(0, 5), kCFStringEncodingASCII, 0, false, buffer, 8, &used), 2);
@@ -301,7 +297,7 @@ TEST(CFStringEncoding, MaximumSizes) {
   EXPECT_EQ(CFStringGetMaximumSizeForEncoding(LONG_MAX / 2, kCFStringEncodingUTF8), kCFNotFound);
   EXPECT_EQ(CFStringGetMaximumSizeForEncoding(1, 0x7777), kCFNotFound);
   // The worst cases fit: three bytes for one unit of UTF-8, six for non-lossy ASCII.
-  CFStringRef wide = FromUnits(u"\u4e2d\u4e2d");
+  CFStringRef wide = MakeUnits(u"\u4e2d\u4e2d");
   std::vector<char> buffer(static_cast<size_t>(CFStringGetMaximumSizeForEncoding(2, kCFStringEncodingUTF8)) + 1);
   EXPECT_TRUE(CFStringGetCString(wide, buffer.data(), static_cast<CFIndex>(buffer.size()), kCFStringEncodingUTF8));
   buffer.resize(static_cast<size_t>(CFStringGetMaximumSizeForEncoding(2, kCFStringEncodingNonLossyASCII)) + 1);
@@ -322,7 +318,7 @@ TEST(CFStringEncoding, GetCStringNeedsRoomForTheTerminator) {
   // The same at the maximum size the platform computes: text that fills it leaves no room.
   CFIndex max = CFStringGetMaximumSizeForEncoding(5, kCFStringEncodingASCII);
   EXPECT_FALSE(CFStringGetCString(text, buffer, max, kCFStringEncodingASCII));
-  CFStringRef accented = FromUnits(u"\u00e9t\u00e9");  // five UTF-8 bytes
+  CFStringRef accented = MakeUnits(u"\u00e9t\u00e9");  // five UTF-8 bytes
   EXPECT_FALSE(CFStringGetCString(accented, buffer, 5, kCFStringEncodingUTF8));
   EXPECT_TRUE(CFStringGetCString(accented, buffer, 6, kCFStringEncodingUTF8));
   EXPECT_STREQ(buffer, "\xc3\xa9t\xc3\xa9");

@@ -7,29 +7,21 @@
 #include <cstring>
 #include <string>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Utf8(CFStringRef string) {
-  std::string buffer(
-      static_cast<size_t>(CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8)) + 1,
-      '\0');
-  if (!CFStringGetCString(string, buffer.data(), static_cast<CFIndex>(buffer.size()), kCFStringEncodingUTF8))
-    return "<?>";
-  buffer.resize(std::strlen(buffer.c_str()));
-  return buffer;
-}
+using zrtest::Utf8;
 
-class NSDataStringTest : public ::testing::Test {
+class NSDataStringTest : public zrtest::LeakCheckedTest {
  protected:
-  void SetUp() override { liveObjects_ = ZRTestingLiveObjectCount(); }
   void TearDown() override {
     ZRTestingFailAllocation(0);
     pool_.drain();
-    EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_);
+    LeakCheckedTest::TearDown();
   }
 
   NSAutoreleasePool pool_;
-  long liveObjects_ = 0;
 };
 
 TEST_F(NSDataStringTest, DataWithBytesCopiesTheBytes) {

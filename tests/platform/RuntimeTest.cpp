@@ -14,26 +14,13 @@
 #include <thread>
 #include <vector>
 
+#include "TestSupport.h"
+
 namespace {
 
-std::string Text(CFStringRef text) {
-  if (!text) return "<NULL>";
-  std::string out;
-  for (CFIndex i = 0; i < CFStringGetLength(text); ++i) {
-    UniChar c = CFStringGetCharacterAtIndex(text, i);
-    out.push_back(c < 0x80 ? static_cast<char>(c) : '?');
-  }
-  return out;
-}
-
-std::string Description(CFTypeRef object) {
-  CFStringRef text = CFCopyDescription(object);
-  std::string out = Text(text);
-  if (text) CFRelease(text);
-  return out;
-}
-
-CFNumberRef Number(int value) { return CFNumberCreate(nullptr, kCFNumberIntType, &value); }
+using zrtest::Description;
+using zrtest::Number;
+using zrtest::Utf8;
 
 TEST(Runtime, RetainAndReleaseCount) {
   long live = ZRTestingLiveObjectCount();
@@ -138,10 +125,10 @@ TEST(Runtime, TypeIdentifiersAreDistinctAndStable) {
 
 TEST(Runtime, TypeIdentifierDescriptionsNameTheClass) {
   CFStringRef name = CFCopyTypeIDDescription(CFNumberGetTypeID());
-  EXPECT_EQ(Text(name), "CFNumber");
+  EXPECT_EQ(Utf8(name), "CFNumber");
   CFRelease(name);
   name = CFCopyTypeIDDescription(CFDictionaryGetTypeID());
-  EXPECT_EQ(Text(name), "CFDictionary");
+  EXPECT_EQ(Utf8(name), "CFDictionary");
   CFRelease(name);
   EXPECT_EQ(CFCopyTypeIDDescription(0), nullptr);
   EXPECT_EQ(CFCopyTypeIDDescription(100000), nullptr);
@@ -159,7 +146,7 @@ TEST(Runtime, EqualAndHash) {
   EXPECT_EQ(CFHash(one), CFHash(otherOne));
   EXPECT_FALSE(CFEqual(one, two));
   // Objects of different types are never equal, whatever they print as.
-  EXPECT_EQ(Description(one), Text(text));
+  EXPECT_EQ(Description(one), Utf8(text));
   EXPECT_FALSE(CFEqual(one, text));
   EXPECT_FALSE(CFEqual(text, one));
   // Equal strings of either mutability hash alike.
@@ -185,7 +172,7 @@ TEST(Runtime, CopyDescription) {
   CFStringAppend(text, CFSTR("abc"));
   CFStringRef description = CFCopyDescription(text);
   CFStringAppend(text, CFSTR("def"));
-  EXPECT_EQ(Text(description), "abc");
+  EXPECT_EQ(Utf8(description), "abc");
   CFRelease(description);
   CFRelease(text);
 }
