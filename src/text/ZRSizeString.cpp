@@ -40,6 +40,18 @@ CFStringRef NumberPattern(SInt32 inDecimals) {
   return kPatterns[inDecimals];
 }
 
+// Copies the current locale into the empty *outLocaleRef and makes a decimal-style formatter
+// for it into the empty *outFormatterRef; the caller destroys both slots, whatever the outcome.
+// Returns NULL when both were made, else the name of the call that returned NULL, for the
+// caller's ERROR line.
+const char* CreateCurrentDecimalFormatter(CFLocaleRef* outLocaleRef, CFNumberFormatterRef* outFormatterRef) {
+  *outLocaleRef = CFLocaleCopyCurrent();
+  if (!*outLocaleRef) return "CFLocaleCopyCurrent";
+  *outFormatterRef = CFNumberFormatterCreate(kCFAllocatorDefault, *outLocaleRef, kCFNumberFormatterDecimalStyle);
+  if (!*outFormatterRef) return "CFNumberFormatterCreate";
+  return NULL;
+}
+
 }  // namespace
 
 extern "C" {
@@ -58,15 +70,8 @@ OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals, CF
     return paramErr;
   }
 
-  localeRef = CFLocaleCopyCurrent();
-  if (!localeRef) {
-    ZR_LOG_ERROR(inLog, CFSTR("CFLocaleCopyCurrent returns NULL"));
-    return unknownErr;
-  }
-
-  formatterRef = CFNumberFormatterCreate(kCFAllocatorDefault, localeRef, kCFNumberFormatterDecimalStyle);
-  if (!formatterRef) {
-    ZR_LOG_ERROR(inLog, CFSTR("CFNumberFormatterCreate returns NULL"));
+  if (const char* failedCall = CreateCurrentDecimalFormatter(&localeRef, &formatterRef)) {
+    ZR_LOG_ERROR(inLog, CFSTR("%s returns NULL"), failedCall);
     return unknownErr;
   }
 
@@ -145,15 +150,8 @@ OSStatus ZRCopyLocalizedNumberStringRef(const void* inValue, CFNumberType inNumb
     return paramErr;
   }
 
-  localeRef = CFLocaleCopyCurrent();
-  if (!localeRef) {
-    ZR_LOG_ERROR(inLog, CFSTR("CFLocaleCopyCurrent returns NULL"));
-    return unknownErr;
-  }
-
-  formatterRef = CFNumberFormatterCreate(kCFAllocatorDefault, localeRef, kCFNumberFormatterDecimalStyle);
-  if (!formatterRef) {
-    ZR_LOG_ERROR(inLog, CFSTR("CFNumberFormatterCreate returns NULL"));
+  if (const char* failedCall = CreateCurrentDecimalFormatter(&localeRef, &formatterRef)) {
+    ZR_LOG_ERROR(inLog, CFSTR("%s returns NULL"), failedCall);
     return unknownErr;
   }
 
