@@ -3,8 +3,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
+#include <unicode/ucol.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <cstring>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -200,6 +204,322 @@ TEST(CFStringCompare, ManyLocalizedComparisonsFromSeveralThreads) {
   }
   for (std::thread& thread : threads) thread.join();
   for (int count : wrong) EXPECT_EQ(count, 0);
+}
+
+// ICU's own collator for a locale, set up as the platform's options ask: the strength from
+// the case and diacritic options, numeric order, canonically equivalent texts alike.
+UCollator* OpenCollator(const char* locale, CFStringCompareFlags options) {
+  UErrorCode error = U_ZERO_ERROR;
+  UCollator* collator = ucol_open(locale, &error);
+  UColAttributeValue strength = UCOL_TERTIARY;
+  if (options & kCFCompareCaseInsensitive) strength = UCOL_SECONDARY;
+  if (options & kCFCompareDiacriticInsensitive) strength = UCOL_PRIMARY;
+  ucol_setAttribute(collator, UCOL_STRENGTH, strength, &error);
+  ucol_setAttribute(collator, UCOL_NUMERIC_COLLATION, (options & kCFCompareNumerically) ? UCOL_ON : UCOL_OFF, &error);
+  ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &error);
+  EXPECT_TRUE(U_SUCCESS(error)) << u_errorName(error);
+  return collator;
+}
+
+CFComparisonResult Collate(const UCollator* collator, const std::u16string& a, const std::u16string& b) {
+  UCollationResult result =
+      ucol_strcoll(collator, a.data(), static_cast<int32_t>(a.size()), b.data(), static_cast<int32_t>(b.size()));
+  return result == UCOL_LESS ? kCFCompareLessThan : result == UCOL_GREATER ? kCFCompareGreaterThan : kCFCompareEqualTo;
+}
+
+// Random texts of case variants, precomposed and decomposed accents, digits (with leading
+// zeros), punctuation, characters outside the BMP (with case, and without) and lone
+// surrogates. Some are copies or case variants of earlier ones, so that ties occur.
+std::vector<std::u16string> RandomTexts(size_t count, unsigned seed) {
+  // "\xD800" and "\xDC00" are lone surrogates (a \u escape cannot name one).
+  static const char16_t* const kPieces[] = {
+      u"a",          u"A",      u"b",       u"B",      u"z",      u"Z",       u"e",          u"E",
+      u"\u00e9",     u"\u00c9", u"e\u0301", u"\u00e4", u"\u00c4", u"a\u0308", u"\u00e5",     u"\u00f6",
+      u"o",          u"\u00df", u"ss",      u"SS",     u"\u00e6", u"0",       u"1",          u"2",
+      u"9",          u"10",     u"007",     u" ",      u"-",      u".",       u"\U0001F600", u"\U00010400",
+      u"\U00010428", u"\xD800", u"\xDC00",  u"\u4e2d", u"\u0131", u"I"};
+  std::mt19937 random(seed);
+  std::vector<std::u16string> texts;
+  while (texts.size() < count) {
+    if (!texts.empty() && random() % 8 == 0) {
+      std::u16string copy = texts[random() % texts.size()];
+      for (char16_t& unit : copy)
+        if (unit >= u'a' && unit <= u'z' && random() % 2) unit = static_cast<char16_t>(unit - 32);
+      texts.push_back(copy);
+      continue;
+    }
+    std::u16string text;
+    size_t pieces = random() % 9;
+    for (size_t i = 0; i < pieces; ++i) text += kPieces[random() % std::size(kPieces)];
+    texts.push_back(text);
+  }
+  return texts;
+}
+
+TEST(CFStringCompare, ICUSortKeysEndWithTheirOnlyNul) {
+  // Immutable strings are compared by their sort keys as byte strings; that gives ICU's order
+  // only if a key holds no NUL before its last byte.
+  UCollator* collator = OpenCollator("sv_SE", kCFCompareCaseInsensitive | kCFCompareNumerically);
+  for (const std::u16string& text : RandomTexts(300, 7)) {
+    uint8_t key[1024];
+    int32_t length = ucol_getSortKey(collator, text.data(), static_cast<int32_t>(text.size()), key, sizeof key);
+    ASSERT_GT(length, 0);
+    ASSERT_LE(length, static_cast<int32_t>(sizeof key));
+    EXPECT_EQ(key[length - 1], 0);
+    EXPECT_EQ(std::memchr(key, 0, static_cast<size_t>(length - 1)), nullptr);
+  }
+  ucol_close(collator);
+}
+
+TEST(CFStringCompare, LocalizedOrderOfImmutableStringsIsICUs) {
+  const CFStringCompareFlags kOptionSets[] = {
+      0,
+      kCFCompareCaseInsensitive,
+      kCFCompareNumerically,
+      kCFCompareCaseInsensitive | kCFCompareNumerically,
+      kCFCompareDiacriticInsensitive,
+      kCFCompareCaseInsensitive | kCFCompareDiacriticInsensitive | kCFCompareNumerically,
+  };
+  std::vector<std::u16string> texts = RandomTexts(200, 2024);
+  std::vector<CFStringRef> strings;
+  std::vector<CFMutableStringRef> mutables;
+  for (const std::u16string& text : texts) {
+    strings.push_back(S(text));
+    mutables.push_back(CFStringCreateMutableCopy(nullptr, 0, strings.back()));
+  }
+  for (const char* identifier : {"en_US", "de_DE", "sv_SE"}) {
+    CFStringRef name = CFStringCreateWithCString(nullptr, identifier, kCFStringEncodingUTF8);
+    CFLocaleRef locale = CFLocaleCreate(nullptr, name);
+    for (CFStringCompareFlags options : kOptionSets) {
+      UCollator* collator = OpenCollator(identifier, options);
+      int wrong = 0;
+      for (size_t i = 0; i < texts.size(); ++i) {
+        for (size_t j = 0; j < texts.size(); ++j) {
+          CFComparisonResult expected = Collate(collator, texts[i], texts[j]);
+          CFRange all = CFRangeMake(0, CFStringGetLength(strings[i]));
+          CFStringCompareFlags localized = options | kCFCompareLocalized;
+          CFComparisonResult byKeys =
+              CFStringCompareWithOptionsAndLocale(strings[i], strings[j], all, localized, locale);
+          CFComparisonResult mixed =
+              CFStringCompareWithOptionsAndLocale(strings[i], mutables[j], all, localized, locale);
+          if (byKeys != expected || mixed != expected) {
+            if (++wrong <= 5)
+              ADD_FAILURE() << identifier << " options " << options << ": pair " << i << ", " << j << " gave " << byKeys
+                            << " and " << mixed << ", ICU " << expected;
+          }
+        }
+      }
+      EXPECT_EQ(wrong, 0) << identifier << " options " << options;
+      ucol_close(collator);
+    }
+    CFRelease(locale);
+    CFRelease(name);
+  }
+  for (CFStringRef string : strings) CFRelease(string);
+  for (CFMutableStringRef string : mutables) CFRelease(string);
+}
+
+TEST(CFStringCompare, LocalizedOrderInTheUsersLocaleIsICUs) {
+  const CFStringCompareFlags options = kCFCompareCaseInsensitive | kCFCompareNumerically;
+  std::vector<std::u16string> texts = RandomTexts(60, 99);
+  std::vector<CFStringRef> strings;
+  for (const std::u16string& text : texts) strings.push_back(S(text));
+  // The same strings, under one locale after another: each keeps a key per locale.
+  for (const char* identifier : {"de_DE", "sv_SE", "en_US", "sv_SE"}) {
+    std::string value = std::string(identifier) + ".UTF-8";
+    ScopedEnvironment all("LC_ALL", value.c_str());
+    UCollator* collator = OpenCollator(identifier, options);
+    int wrong = 0;
+    for (size_t i = 0; i < texts.size(); ++i)
+      for (size_t j = 0; j < texts.size(); ++j)
+        if (CFStringCompare(strings[i], strings[j], options | kCFCompareLocalized) !=
+            Collate(collator, texts[i], texts[j]))
+          ++wrong;
+    EXPECT_EQ(wrong, 0) << identifier;
+    ucol_close(collator);
+  }
+  for (CFStringRef string : strings) CFRelease(string);
+}
+
+TEST(CFStringCompare, LocalizedUnderManyConfigurationsInTurn) {
+  // More configurations than a string keeps keys for, taken in turn on the same strings.
+  CFStringRef umlaut = S(u"\u00e4pple 10");
+  CFStringRef zebra = S(u"Zebra 9");
+  CFStringRef plain = S(u"Apple 10");
+  CFStringRef nine = S(u"apple 9");
+  for (int round = 0; round < 3; ++round) {
+    for (const char* identifier : {"en_US", "de_DE", "sv_SE", "fi_FI", "fr_FR", "da_DK", "nl_NL"}) {
+      CFStringRef name = CFStringCreateWithCString(nullptr, identifier, kCFStringEncodingUTF8);
+      CFLocaleRef locale = CFLocaleCreate(nullptr, name);
+      bool after = std::strcmp(identifier, "sv_SE") == 0 || std::strcmp(identifier, "fi_FI") == 0 ||
+                   std::strcmp(identifier, "da_DK") == 0;
+      CFRange all = CFRangeMake(0, CFStringGetLength(umlaut));
+      EXPECT_EQ(CFStringCompareWithOptionsAndLocale(umlaut, zebra, all, kCFCompareLocalized, locale),
+                after ? kCFCompareGreaterThan : kCFCompareLessThan)
+          << identifier;
+      EXPECT_EQ(CFStringCompareWithOptionsAndLocale(umlaut, plain, all,
+                                                    kCFCompareLocalized | kCFCompareDiacriticInsensitive, locale),
+                after ? kCFCompareGreaterThan : kCFCompareEqualTo)
+          << identifier;
+      EXPECT_EQ(
+          CFStringCompareWithOptionsAndLocale(
+              umlaut, nine, all, kCFCompareLocalized | kCFCompareDiacriticInsensitive | kCFCompareNumerically, locale),
+          kCFCompareGreaterThan)
+          << identifier;
+      CFRelease(locale);
+      CFRelease(name);
+    }
+  }
+  CFRelease(umlaut);
+  CFRelease(zebra);
+  CFRelease(plain);
+  CFRelease(nine);
+}
+
+TEST(CFStringCompare, LocalizedComparisonOfAMutableStringSeesItsChanges) {
+  const CFStringCompareFlags table = kCFCompareCaseInsensitive | kCFCompareLocalized | kCFCompareNumerically;
+  CFMutableStringRef changing = CFStringCreateMutableCopy(nullptr, 0, CFSTR("Quote 10"));
+  CFStringRef nine = CFSTR("quote 9");
+  EXPECT_EQ(CFStringCompare(changing, nine, table), kCFCompareGreaterThan);
+  EXPECT_EQ(CFStringCompare(nine, changing, table), kCFCompareLessThan);
+  CFStringReplaceAll(changing, CFSTR("Quote 8"));
+  EXPECT_EQ(CFStringCompare(changing, nine, table), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompare(nine, changing, table), kCFCompareGreaterThan);
+  CFStringAppend(changing, CFSTR("0"));
+  EXPECT_EQ(CFStringCompare(changing, nine, table), kCFCompareGreaterThan);
+  CFStringDelete(changing, CFRangeMake(0, CFStringGetLength(changing)));
+  EXPECT_EQ(CFStringCompare(changing, nine, table), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompare(changing, changing, table), kCFCompareEqualTo);
+  // An immutable copy taken now has the text of now.
+  CFStringAppend(changing, CFSTR("QUOTE 9"));
+  CFStringRef copy = CFStringCreateCopy(nullptr, changing);
+  EXPECT_EQ(CFStringCompare(copy, nine, table), kCFCompareEqualTo);
+  CFStringAppend(changing, CFSTR("9"));
+  EXPECT_EQ(CFStringCompare(copy, nine, table), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompare(changing, nine, table), kCFCompareGreaterThan);
+  CFRelease(copy);
+  CFRelease(changing);
+}
+
+TEST(CFStringCompare, LocalizedComparisonOfPartOfAString) {
+  const CFStringCompareFlags table = kCFCompareCaseInsensitive | kCFCompareLocalized | kCFCompareNumerically;
+  CFStringRef whole = CFSTR("Item 10 of 12");
+  CFStringRef item = CFSTR("item 10");
+  EXPECT_EQ(CFStringCompare(whole, item, table), kCFCompareGreaterThan);
+  EXPECT_EQ(CFStringCompareWithOptions(whole, item, CFRangeMake(0, 7), table), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompareWithOptions(whole, item, CFRangeMake(0, 6), table), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompareWithOptions(whole, CFSTR("OF 12"), CFRangeMake(8, 5), table), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompareWithOptions(whole, whole, CFRangeMake(0, 7), table), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompare(whole, item, table), kCFCompareGreaterThan);
+}
+
+TEST(CFStringCompare, LocalizedEqualityAndForcedOrdering) {
+  const CFStringCompareFlags table = kCFCompareCaseInsensitive | kCFCompareLocalized | kCFCompareNumerically;
+  CFStringRef lower = S(u"quote 007");
+  CFStringRef upper = S(u"QUOTE 7");
+  EXPECT_EQ(CFStringCompare(lower, upper, table), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompare(upper, lower, table), kCFCompareEqualTo);
+  EXPECT_EQ(CFStringCompare(lower, lower, table), kCFCompareEqualTo);
+  // Equal under the options, the texts still decide when an order is forced: "Q" before "q".
+  EXPECT_EQ(CFStringCompare(lower, upper, table | kCFCompareForcedOrdering), kCFCompareGreaterThan);
+  EXPECT_EQ(CFStringCompare(upper, lower, table | kCFCompareForcedOrdering), kCFCompareLessThan);
+  EXPECT_EQ(CFStringCompare(upper, upper, table | kCFCompareForcedOrdering), kCFCompareEqualTo);
+  CFRelease(lower);
+  CFRelease(upper);
+}
+
+TEST(CFStringCompare, LocalizedFollowsChangesOfTheEnvironment) {
+  CFStringRef umlaut = CFSTR("\u00e4 umlaut first");
+  CFStringRef zed = CFSTR("z last");
+  {
+    ScopedEnvironment all("LC_ALL", "sv_SE.UTF-8");
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+    setenv("LC_ALL", "sv_SE.UTF-8", 1);
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+    // LC_ALL gone: LC_COLLATE, then LANG.
+    unsetenv("LC_ALL");
+    ScopedEnvironment collate("LC_COLLATE", "de_DE.UTF-8");
+    ScopedEnvironment lang("LANG", "sv_SE.UTF-8");
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+    unsetenv("LC_COLLATE");
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+    // A new variable of another name moves no entry of the three.
+    ScopedEnvironment other("ZR_UNRELATED_SETTING", "1");
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+  }
+  {
+    // A string given to putenv is part of the environment: rewriting it changes the setting.
+    static char entry[] = "LC_ALL=sv_SE.UTF-8";
+    ScopedEnvironment all("LC_ALL", "en_US.UTF-8");
+    ASSERT_EQ(putenv(entry), 0);
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+    std::memcpy(entry + 7, "de", 2);
+    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+  }
+}
+
+TEST(CFStringCompare, ManyThreadsCompareTheSameStringsAtOnce) {
+  // Strings that have not been compared yet, so that the threads race to give them keys,
+  // under configurations of their own and shared ones.
+  std::vector<std::u16string> texts = RandomTexts(80, 31337);
+  std::vector<CFStringRef> strings;
+  for (const std::u16string& text : texts) strings.push_back(S(text));
+  const CFStringRef constants[] = {CFSTR("Thread race 10"), CFSTR("thread race 9"), CFSTR("Thread Race 010"),
+                                   CFSTR("thread r\u00e4ce 9"), CFSTR("THREAD RACE")};
+  const CFStringCompareFlags kOptionSets[] = {kCFCompareCaseInsensitive | kCFCompareNumerically, kCFCompareNumerically,
+                                              kCFCompareCaseInsensitive, 0};
+  const char* const kLocales[] = {"sv_SE", "de_DE"};
+  // What each thread must see, from ICU directly.
+  constexpr int kThreads = 4;
+  std::vector<std::vector<CFComparisonResult>> expected(kThreads);
+  std::vector<std::vector<CFComparisonResult>> expectedConstants(kThreads);
+  for (int t = 0; t < kThreads; ++t) {
+    CFStringCompareFlags options = kOptionSets[t % std::size(kOptionSets)];
+    UCollator* collator = OpenCollator(kLocales[t % 2], options);
+    for (size_t i = 0; i < texts.size(); ++i)
+      for (size_t j = 0; j < texts.size(); ++j) expected[t].push_back(Collate(collator, texts[i], texts[j]));
+    for (CFStringRef a : constants)
+      for (CFStringRef b : constants) {
+        std::u16string textA = Units(a);
+        std::u16string textB = Units(b);
+        expectedConstants[t].push_back(Collate(collator, textA, textB));
+      }
+    ucol_close(collator);
+  }
+  std::atomic<int> ready{0};
+  std::vector<int> wrong(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      CFStringRef name = CFStringCreateWithCString(nullptr, kLocales[t % 2], kCFStringEncodingUTF8);
+      CFLocaleRef locale = CFLocaleCreate(nullptr, name);
+      CFStringCompareFlags options = kOptionSets[t % std::size(kOptionSets)] | kCFCompareLocalized;
+      ready.fetch_add(1);
+      while (ready.load() < kThreads) std::this_thread::yield();
+      for (int round = 0; round < 3; ++round) {
+        size_t k = 0;
+        for (CFStringRef a : constants)
+          for (CFStringRef b : constants)
+            if (CFStringCompareWithOptionsAndLocale(a, b, CFRangeMake(0, CFStringGetLength(a)), options, locale) !=
+                expectedConstants[t][k++])
+              ++wrong[t];
+        k = 0;
+        for (CFStringRef a : strings)
+          for (CFStringRef b : strings)
+            if (CFStringCompareWithOptionsAndLocale(a, b, CFRangeMake(0, CFStringGetLength(a)), options, locale) !=
+                expected[t][k++])
+              ++wrong[t];
+      }
+      CFRelease(locale);
+      CFRelease(name);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(wrong[t], 0) << "thread " << t;
+  // The strings go with their keys (the sanitizer build reports any key left behind).
+  for (CFStringRef string : strings) CFRelease(string);
 }
 
 CFRange Find(const std::u16string& text, const std::u16string& needle, CFStringCompareFlags options) {

@@ -1,7 +1,5 @@
 // CFString.cpp: the string object itself: constant strings, creation from UTF-16,
 // copies, substrings, character access, and the editing operations of mutable strings.
-#include "CFString/StringImpl.h"
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -10,8 +8,19 @@
 #include <string>
 #include <unordered_map>
 
+#include "CFString/StringImpl.h"
+
 using zrp::CreateMutableString;
 using zrp::CreateString;
+
+__CFString::~__CFString() {
+  const zrp::CollationKey* key = collationKeys.load(std::memory_order_acquire);
+  while (key) {
+    const zrp::CollationKey* next = key->next;
+    zrp::DestroyCollationKey(key);
+    key = next;
+  }
+}
 
 bool __CFString::equal(const Object& other) const { return chars == static_cast<const __CFString&>(other).chars; }
 
@@ -201,7 +210,8 @@ CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRe
 CFIndex CFStringGetLength(CFStringRef theString) { return static_cast<CFIndex>(theString->chars.size()); }
 
 UniChar CFStringGetCharacterAtIndex(CFStringRef theString, CFIndex idx) {
-  if (idx < 0 || static_cast<size_t>(idx) >= theString->chars.size()) HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), theString);
+  if (idx < 0 || static_cast<size_t>(idx) >= theString->chars.size())
+    HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), theString);
   return theString->chars[static_cast<size_t>(idx)];
 }
 

@@ -3,21 +3,53 @@
 
 #include <CoreFoundation/CFString.h>
 
+#include <atomic>
+#include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 
 #include "runtime/Object.h"
 
+namespace zrp {
+
+// A collation sort key of an immutable string's whole text, made by one collator configuration
+// (a locale and a set of options, numbered process-wide by the comparison code). The key's bytes
+// follow the header in the same allocation, ending with ICU's terminating NUL. A string keeps
+// the keys of the configurations it was compared under in a list, newest first; a key, once
+// published, is neither changed nor freed while its string lives, so readers need no lock.
+struct CollationKey {
+  const CollationKey* next;
+  uint32_t configuration;
+  uint32_t length;  // bytes, the terminating NUL included
+
+  const uint8_t* bytes() const { return reinterpret_cast<const uint8_t*>(this + 1); }
+  uint8_t* bytes() { return reinterpret_cast<uint8_t*>(this + 1); }
+};
+
+// Frees a key made by the comparison code (one block, allocated with operator new).
+inline void DestroyCollationKey(const CollationKey* key) { ::operator delete(const_cast<CollationKey*>(key)); }
+
+}  // namespace zrp
+
 struct __CFString final : zrp::Object {
-  __CFString(std::u16string text, bool isMutable) : Object(zrp::kTypeIDString), chars(std::move(text)), mutable_(isMutable) {}
+  __CFString(std::u16string text, bool isMutable)
+      : Object(zrp::kTypeIDString), mutable_(isMutable), chars(std::move(text)) {}
+  ~__CFString() override;
 
   bool equal(const Object& other) const override;
   CFHashCode hash() const override;
   CFStringRef copyDescription() const override;
   const char* className() const override { return mutable_ ? "__NSCFString" : "__NSCFConstantString"; }
 
-  std::u16string chars;
+  // The flag first: it fits in the base object's tail padding. Then the sort keys of the text
+  // for localized comparison, made on demand. Only immutable strings get them: the text of a
+  // mutable one may change under its key. The flag, the keys and the text's length lie
+  // together, so that a comparison by keys reads little of a string that a sort meets in no
+  // particular order.
   bool mutable_;
+  mutable std::atomic<const zrp::CollationKey*> collationKeys{nullptr};
+  std::u16string chars;
 };
 
 namespace zrp {
