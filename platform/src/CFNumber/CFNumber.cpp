@@ -72,6 +72,14 @@ std::string FormatFloatingPoint(double value, bool single) {
   return out;
 }
 
+// The value of type T that the caller's pointer points to, which need not be aligned for T.
+template <class T>
+T Load(const void* pointer) {
+  T value;
+  std::memcpy(&value, pointer, sizeof value);
+  return value;
+}
+
 CFStringRef CreateASCIIString(const std::string& text) {
   return zrp::CreateString(std::u16string(text.begin(), text.end()));
 }
@@ -322,40 +330,28 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* val
   double real = 0;
   switch (theType) {
     case kCFNumberSInt8Type:
-    case kCFNumberCharType: {
-      int8_t v;
-      std::memcpy(&v, valuePtr, sizeof v);
-      integer = v;
+    case kCFNumberCharType:
+      integer = Load<int8_t>(valuePtr);
       break;
-    }
     case kCFNumberSInt16Type:
-    case kCFNumberShortType: {
-      int16_t v;
-      std::memcpy(&v, valuePtr, sizeof v);
-      integer = v;
+    case kCFNumberShortType:
+      integer = Load<int16_t>(valuePtr);
       break;
-    }
     case kCFNumberSInt32Type:
-    case kCFNumberIntType: {
-      int32_t v;
-      std::memcpy(&v, valuePtr, sizeof v);
-      integer = v;
+    case kCFNumberIntType:
+      integer = Load<int32_t>(valuePtr);
       break;
-    }
     case kCFNumberFloat32Type:
-    case kCFNumberFloatType: {
-      float v;
-      std::memcpy(&v, valuePtr, sizeof v);
-      real = v;
+    case kCFNumberFloatType:
+      real = Load<float>(valuePtr);
       break;
-    }
     case kCFNumberFloat64Type:
     case kCFNumberDoubleType:
     case kCFNumberCGFloatType:
-      std::memcpy(&real, valuePtr, sizeof real);
+      real = Load<double>(valuePtr);
       break;
     default:  // the 64-bit integer types
-      std::memcpy(&integer, valuePtr, sizeof integer);
+      integer = Load<int64_t>(valuePtr);
       break;
   }
   if (canonical == kCFNumberFloat32Type || canonical == kCFNumberFloat64Type) {
