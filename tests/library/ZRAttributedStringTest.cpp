@@ -3,7 +3,6 @@
 #include <ZRFramework/ZRFramework.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <set>
 #include <string>
 #include <vector>

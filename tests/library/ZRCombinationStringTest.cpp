@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <set>
 #include <string>
@@ -31,16 +29,12 @@ constexpr const char* kName = "ZRCopyCombinationStringRefOfStringArrayRef";
 class IsolatedHome : public ::testing::Environment {
  public:
   void SetUp() override {
-    char pattern[] = "/tmp/ZRCombinationStringTest.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    folder_ = pattern;
+    folder_ = zrtest::MakeTemporaryFolder("ZRCombinationStringTest");
+    ASSERT_FALSE(folder_.empty());
     setenv("XDG_CONFIG_HOME", (folder_ + "/config").c_str(), 1);
     setenv("XDG_DATA_HOME", (folder_ + "/data").c_str(), 1);
   }
-  void TearDown() override {
-    std::error_code error;
-    std::filesystem::remove_all(folder_, error);
-  }
+  void TearDown() override { zrtest::RemoveFolder(folder_); }
 
  private:
   std::string folder_;

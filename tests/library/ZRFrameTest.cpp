@@ -3,7 +3,6 @@
 #include <ZRFramework/ZRFramework.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "TestSupport.h"

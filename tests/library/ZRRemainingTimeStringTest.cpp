@@ -3,10 +3,8 @@
 #include <ZRFramework/ZRFramework.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <set>
 #include <string>
@@ -18,6 +16,7 @@ namespace {
 
 using zrtest::LogCapture;
 using zrtest::Pointer;
+using zrtest::UseLocale;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
 using zrtest::WithoutLines;
@@ -28,26 +27,8 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Each test runs in the language it names, with preferences in a folder of its own.
-class ZRRemainingTimeStringTest : public ::testing::Test {
+class ZRRemainingTimeStringTest : public zrtest::PrivatePreferencesTest {
  protected:
-  void SetUp() override {
-    char folder[] = "/tmp/ZRRemainingTimeStringTest.XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    configHome_ = folder;
-    setenv("XDG_CONFIG_HOME", configHome_.c_str(), 1);
-    UseLocale("en_US.UTF-8");
-  }
-  void TearDown() override {
-    unlink((configHome_ + "/org.zrframework.tests.plist").c_str());
-    rmdir(configHome_.c_str());
-  }
-
-  static void UseLocale(const char* name) {
-    for (const char* variable : {"LANGUAGE", "LC_MESSAGES", "LC_NUMERIC"}) unsetenv(variable);
-    setenv("LC_ALL", name, 1);
-    setenv("LANG", name, 1);
-  }
-
   static std::string Remaining(double seconds) {
     CFStringRef string = NULL;
     OSStatus status = ZRCopyRemainingTimeStringRef(seconds, &string, false);
@@ -58,7 +39,6 @@ class ZRRemainingTimeStringTest : public ::testing::Test {
   }
 
   NSAutoreleasePool pool_;
-  std::string configHome_;
 };
 
 TEST_F(ZRRemainingTimeStringTest, SecondsInSteps) {
@@ -133,15 +113,9 @@ TEST_F(ZRRemainingTimeStringTest, WithoutATranslationTheKeyComesBack) {
 }
 
 TEST_F(ZRRemainingTimeStringTest, AppleLanguagesOfTheApplicationChoosesTheLocalization) {
-  std::FILE* file = std::fopen((configHome_ + "/org.zrframework.tests.plist").c_str(), "w");
-  ASSERT_NE(file, nullptr);
-  std::fputs(
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-      "<plist version=\"1.0\">\n<dict>\n<key>AppleLanguages</key>\n<array><string>de</string></array>\n"
-      "</dict>\n</plist>\n",
-      file);
-  std::fclose(file);
+  ASSERT_TRUE(zrtest::WriteFile(
+      configHome_ + "/org.zrframework.tests.plist",
+      zrtest::XMLPropertyList("<dict>\n<key>AppleLanguages</key>\n<array><string>de</string></array>\n</dict>\n")));
   EXPECT_EQ(Remaining(7200), "Noch ungefähr 2 Stunden");
 }
 

@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <errno.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,9 +46,8 @@ int OpenFileCount() {
 class SHATest : public zrtest::LeakCheckedTest {
  protected:
   void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ZRSHATest.XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
+    folder_ = zrtest::MakeTemporaryFolder("ZRSHATest");
+    ASSERT_FALSE(folder_.empty());
     LeakCheckedTest::SetUp();
     openFiles_ = OpenFileCount();
   }
@@ -62,7 +60,7 @@ class SHATest : public zrtest::LeakCheckedTest {
     for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {
       std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all, ignored);
     }
-    std::filesystem::remove_all(folder_, ignored);
+    zrtest::RemoveFolder(folder_);
   }
 
   std::string Write(const std::string& name, const std::string& contents) {

@@ -2,11 +2,8 @@
 // and decimals selectors, the fixed one-unit texts, and every failure path.
 #include <ZRFramework/ZRFramework.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <set>
 #include <string>
@@ -19,28 +16,14 @@ namespace {
 using zrtest::ErrorLine;
 using zrtest::LogCapture;
 using zrtest::Pointer;
+using zrtest::UseLocale;
 using zrtest::Utf8;
 using zrtest::WithoutLine;
 using zrtest::WithoutLines;
 
 // Each test runs in the locale it names, with preferences in a folder of its own.
-class ZRSizeStringTest : public ::testing::Test {
+class ZRSizeStringTest : public zrtest::PrivatePreferencesTest {
  protected:
-  void SetUp() override {
-    char folder[] = "/tmp/ZRSizeStringTest.XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    configHome_ = folder;
-    setenv("XDG_CONFIG_HOME", configHome_.c_str(), 1);
-    UseLocale("en_US.UTF-8");
-  }
-  void TearDown() override { rmdir(configHome_.c_str()); }
-
-  static void UseLocale(const char* name) {
-    for (const char* variable : {"LANGUAGE", "LC_MESSAGES", "LC_NUMERIC"}) unsetenv(variable);
-    setenv("LC_ALL", name, 1);
-    setenv("LANG", name, 1);
-  }
-
   // The text for a size, or the status when there is none.
   static std::string Size(UInt64 size, SInt32 unit, SInt32 decimals) {
     CFStringRef string = NULL;
@@ -62,7 +45,6 @@ class ZRSizeStringTest : public ::testing::Test {
   }
 
   NSAutoreleasePool pool_;
-  std::string configHome_;
 };
 
 constexpr UInt64 kKB = 1024;

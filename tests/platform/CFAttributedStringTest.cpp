@@ -93,24 +93,8 @@ TEST(CFAttributedStringTest, EqualByStringAndAttributes) {
 TEST(CFAttributedStringTest, FailedCreationLeavesNothingBehind) {
   CFStringRef text = zrtest::MakeString("text");
   CFDictionaryRef attributes = MakeAttributes(CFSTR("NSFont"), CFSTR("Sans"));
-  long live = ZRTestingLiveObjectCount();
-  bool failed = false;
-  bool succeeded = false;
-  for (long n = 1; n <= 16 && !succeeded; ++n) {
-    ZRTestingFailAllocation(n);
-    CFAttributedStringRef attributed = CFAttributedStringCreate(kCFAllocatorDefault, text, attributes);
-    bool pending = ZRTestingFailurePending();
-    ZRTestingFailAllocation(0);
-    if (attributed) {
-      succeeded = pending;
-      CFRelease(attributed);
-    } else {
-      failed = true;
-    }
-    EXPECT_EQ(ZRTestingLiveObjectCount(), live) << n;
-  }
-  EXPECT_TRUE(failed);
-  EXPECT_TRUE(succeeded);
+  zrtest::ExpectAllocationFailuresHandled(
+      16, [&] { return CFTypeRef(CFAttributedStringCreate(kCFAllocatorDefault, text, attributes)); });
   CFRelease(attributes);
   CFRelease(text);
 }

@@ -5,10 +5,7 @@
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -18,6 +15,7 @@
 
 namespace {
 
+using zrtest::SetLocaleEnvironment;
 using zrtest::Utf8;
 
 std::string Utf8Of(const std::u16string& text) {
@@ -186,39 +184,22 @@ TEST(BundleLayoutTest, ChoiceOfLocalization) {
 class CFBundleTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char folder[] = "/tmp/CFBundleTest.XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    root_ = folder;
+    root_ = zrtest::MakeTemporaryFolder("CFBundleTest");
+    ASSERT_FALSE(root_.empty());
     setenv("XDG_CONFIG_HOME", (root_ + "/config").c_str(), 1);
-    SetEnvironment({});
+    SetLocaleEnvironment({});
   }
   void TearDown() override {
     for (CFTypeRef object : objects_) CFRelease(object);
-    std::string command = "rm -rf '" + root_ + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-  }
-
-  static void SetEnvironment(const std::vector<std::pair<const char*, const char*>>& variables) {
-    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LANG"}) unsetenv(name);
-    for (const auto& [name, value] : variables) setenv(name, value, 1);
+    ASSERT_TRUE(zrtest::RemoveFolder(root_)) << root_;
   }
 
   void Write(const std::string& relative, const std::string& bytes) {
-    std::string path = root_ + "/" + relative;
-    for (size_t slash = path.find('/', root_.size() + 1); slash != std::string::npos; slash = path.find('/', slash + 1))
-      mkdir(path.substr(0, slash).c_str(), 0755);
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr) << path;
-    std::fwrite(bytes.data(), 1, bytes.size(), file);
-    std::fclose(file);
+    ASSERT_TRUE(zrtest::WriteFile(root_ + "/" + relative, bytes)) << relative;
   }
 
   static std::string InfoPlist(const std::string& entries) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\">\n<dict>\n" +
-           entries + "</dict>\n</plist>\n";
+    return zrtest::XMLPropertyList("<dict>\n" + entries + "</dict>\n");
   }
 
   // Foo.app with English (UTF-8), German (UTF-16 little-endian), French (UTF-16 big-endian)
@@ -295,9 +276,9 @@ TEST_F(CFBundleTest, InformationPropertyList) {
 
 TEST_F(CFBundleTest, InformationValuesAreLocalizedByInfoPlistStrings) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANGUAGE", "en"}});
+  SetLocaleEnvironment({{"LANGUAGE", "en"}});
   EXPECT_EQ(Utf8(CFBundleGetValueForInfoDictionaryKey(bundle, kCFBundleNameKey)), "Foo");
-  SetEnvironment({{"LANGUAGE", "de"}});
+  SetLocaleEnvironment({{"LANGUAGE", "de"}});
   CFTypeRef german = CFBundleGetValueForInfoDictionaryKey(bundle, kCFBundleNameKey);
   EXPECT_EQ(Utf8(german), "Fuh");
   EXPECT_EQ(german, CFBundleGetValueForInfoDictionaryKey(bundle, kCFBundleNameKey));
@@ -318,29 +299,29 @@ TEST_F(CFBundleTest, BundleWithoutInformationPropertyList) {
 
 TEST_F(CFBundleTest, LanguageChoiceFollowsTheEnvironment) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "en_US.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Leertaste");
   EXPECT_EQ(Localized(bundle, "Umlaut"), "Schlüssel");
-  SetEnvironment({{"LANGUAGE", "fr_CA:de"}, {"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANGUAGE", "fr_CA:de"}, {"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Espace");
-  SetEnvironment({{"LC_ALL", "de_AT.UTF-8"}, {"LANG", "fr_FR.UTF-8"}});
+  SetLocaleEnvironment({{"LC_ALL", "de_AT.UTF-8"}, {"LANG", "fr_FR.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Leertaste");
-  SetEnvironment({{"LC_MESSAGES", "fr_FR.UTF-8"}, {"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LC_MESSAGES", "fr_FR.UTF-8"}, {"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Espace");
   // A language the bundle lacks falls back to the development region.
-  SetEnvironment({{"LANG", "ja_JP.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "ja_JP.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
-  SetEnvironment({{"LANG", "C"}});
+  SetLocaleEnvironment({{"LANG", "C"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
-  SetEnvironment({});
+  SetLocaleEnvironment({});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
 }
 
 TEST_F(CFBundleTest, LanguageChoiceFollowsAppleLanguages) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANGUAGE", "fr"}});
+  SetLocaleEnvironment({{"LANGUAGE", "fr"}});
   Write("config/.GlobalPreferences.plist",
         InfoPlist("<key>AppleLanguages</key><array><string>de-CH</string><string>fr</string></array>\n"));
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Leertaste");
@@ -348,7 +329,7 @@ TEST_F(CFBundleTest, LanguageChoiceFollowsAppleLanguages) {
 
 TEST_F(CFBundleTest, MissingKeysFallBackToTheValueThenTheKey) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   // The German table lacks the key: no other table is consulted for it.
   EXPECT_EQ(Localized(bundle, "Only_English", "Default"), "Default");
   EXPECT_EQ(Localized(bundle, "Only_English", ""), "Only_English");
@@ -369,13 +350,13 @@ TEST_F(CFBundleTest, MissingKeysFallBackToTheValueThenTheKey) {
 
 TEST_F(CFBundleTest, MalformedTableIsEmpty) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "it_IT.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "it_IT.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space", "Fallback"), "Fallback");
 }
 
 TEST_F(CFBundleTest, OtherTables) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   // A table that the chosen localization lacks is read from the development region's folder.
   EXPECT_EQ(Localized(bundle, "Disk_Full", nullptr, "Errors"), "The disk is full.");
   // Tables outside any localization folder are read too.
@@ -387,7 +368,7 @@ TEST_F(CFBundleTest, OtherTables) {
 
 TEST_F(CFBundleTest, TablesAreReadOnce) {
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "en_US.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
   Write("Foo.app/Contents/Resources/English.lproj/Localizable.strings", "\"Key_Space\" = \"Changed\";\n");
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
@@ -400,9 +381,9 @@ TEST_F(CFBundleTest, FlatBundle) {
   Write("tool/de.lproj/Localizable.strings", "\"Hello\" = \"Hallo!\";\n");
   CFBundleRef bundle = Keep(zrp::CreateBundleWithPath(root_ + "/tool"));
   EXPECT_EQ(Utf8(CFBundleGetIdentifier(bundle)), "org.example.tool");
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Hello"), "Hallo!");
-  SetEnvironment({{"LANG", "sv_SE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "sv_SE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Hello"), "Hello!");
 }
 
@@ -413,7 +394,7 @@ TEST_F(CFBundleTest, Localizations) {
   std::vector<std::string> list;
   for (CFIndex i = 0; i < CFArrayGetCount(names); ++i) list.push_back(Utf8(CFArrayGetValueAtIndex(names, i)));
   EXPECT_EQ(list, (std::vector<std::string>{"English", "German", "fr", "it"}));
-  SetEnvironment({{"LANGUAGE", "fr:de"}});
+  SetLocaleEnvironment({{"LANGUAGE", "fr:de"}});
   CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(names);
   ASSERT_NE(preferred, nullptr);
   ASSERT_EQ(CFArrayGetCount(preferred), 1);
@@ -434,11 +415,11 @@ TEST_F(CFBundleTest, BundlesAreEqualByFolder) {
 TEST_F(CFBundleTest, FixtureApplicationBundle) {
   CFBundleRef bundle = Keep(zrp::CreateBundleWithPath(ZR_TEST_BUNDLE_PATH));
   EXPECT_EQ(Utf8(CFBundleGetIdentifier(bundle)), "org.zrframework.tests");
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Process_General_SecondsRemaining"), "Noch %d Sekunden");
   EXPECT_EQ(Localized(bundle, "Process_General_OneHourRemaining"), "Noch ungefähr eine Stunde");
   EXPECT_EQ(Localized(bundle, "%@ of %@"), "%@ von %@");
-  SetEnvironment({{"LANG", "en_US.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(Localized(bundle, "Process_General_HoursRemaining"), "About %d hours remaining");
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Space");
 }
@@ -449,30 +430,18 @@ TEST_F(CFBundleTest, FailuresLeaveNothingBehind) {
   EXPECT_EQ(zrp::CreateBundleWithPath(root_ + "/Foo.app"), nullptr);
   EXPECT_EQ(ZRTestingLiveObjectCount(), live);
   CFBundleRef bundle = MakeApplication();
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   // Read the information property list and the table first: they stay with the bundle.
   EXPECT_EQ(Localized(bundle, "Key_Space"), "Leertaste");
-  live = ZRTestingLiveObjectCount();
-  bool failed = false;
-  bool succeeded = false;
-  for (long n = 1; n <= 64 && !succeeded; ++n) {
-    ZRTestingFailAllocation(n);
-    CFStringRef text = CFBundleCopyLocalizedString(bundle, CFSTR("Key_Space"), CFSTR("Key_Space"), nullptr);
-    bool pending = ZRTestingFailurePending();
-    ZRTestingFailAllocation(0);
-    if (text) {
-      // A failure on the way may cost the translation, never the answer.
-      std::string utf8 = Utf8(text);
-      EXPECT_TRUE(utf8 == "Leertaste" || utf8 == "Key_Space") << utf8;
-      succeeded = pending && utf8 == "Leertaste";
-      CFRelease(text);
-    } else {
-      failed = true;
-    }
-    EXPECT_EQ(ZRTestingLiveObjectCount(), live) << n;
-  }
-  EXPECT_TRUE(failed);
-  EXPECT_TRUE(succeeded);
+  zrtest::ExpectAllocationFailuresHandled(
+      64,
+      [&] { return CFTypeRef(CFBundleCopyLocalizedString(bundle, CFSTR("Key_Space"), CFSTR("Key_Space"), nullptr)); },
+      [](CFTypeRef text) {
+        // A failure on the way may cost the translation, never the answer.
+        std::string utf8 = Utf8(text);
+        EXPECT_TRUE(utf8 == "Leertaste" || utf8 == "Key_Space") << utf8;
+        return utf8 == "Leertaste";
+      });
 }
 
 }  // namespace

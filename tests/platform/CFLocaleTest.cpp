@@ -3,10 +3,8 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -15,41 +13,21 @@
 
 namespace {
 
+using zrtest::SetLocaleEnvironment;
 using zrtest::Utf8;
 
 // Every test runs with its own empty preferences folder and the locale variables it names.
-class CFLocaleTest : public ::testing::Test {
+class CFLocaleTest : public zrtest::PrivatePreferencesTest {
  protected:
   void SetUp() override {
-    char folder[] = "/tmp/CFLocaleTest.XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    configHome_ = folder;
-    setenv("XDG_CONFIG_HOME", configHome_.c_str(), 1);
-    SetEnvironment({});
-  }
-  void TearDown() override {
-    std::string command = "rm -rf '" + configHome_ + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-  }
-
-  // Clears the locale variables, then sets the given ones.
-  static void SetEnvironment(const std::vector<std::pair<const char*, const char*>>& variables) {
-    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LANG"}) unsetenv(name);
-    for (const auto& [name, value] : variables) setenv(name, value, 1);
+    PrivatePreferencesTest::SetUp();
+    SetLocaleEnvironment({});
   }
 
   // Writes the global preferences domain, which every application reads beneath its own.
   void WriteGlobalPreferences(const std::string& entries) {
-    std::string path = configHome_ + "/.GlobalPreferences.plist";
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    std::fprintf(file,
-                 "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                 "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-                 "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-                 "<plist version=\"1.0\">\n<dict>\n%s</dict>\n</plist>\n",
-                 entries.c_str());
-    std::fclose(file);
+    ASSERT_TRUE(zrtest::WriteFile(configHome_ + "/.GlobalPreferences.plist",
+                                  zrtest::XMLPropertyList("<dict>\n" + entries + "</dict>\n")));
   }
 
   static std::string CurrentIdentifier() {
@@ -68,36 +46,34 @@ class CFLocaleTest : public ::testing::Test {
     CFRelease(array);
     return languages;
   }
-
-  std::string configHome_;
 };
 
 TEST_F(CFLocaleTest, CurrentLocaleComesFromTheFirstSetVariable) {
-  SetEnvironment({{"LC_ALL", "de_DE.UTF-8"}, {"LC_NUMERIC", "fr_FR.UTF-8"}, {"LANG", "en_GB.UTF-8"}});
+  SetLocaleEnvironment({{"LC_ALL", "de_DE.UTF-8"}, {"LC_NUMERIC", "fr_FR.UTF-8"}, {"LANG", "en_GB.UTF-8"}});
   EXPECT_EQ(CurrentIdentifier(), "de_DE");
-  SetEnvironment({{"LC_NUMERIC", "fr_FR.UTF-8@euro"}, {"LANG", "en_GB.UTF-8"}});
+  SetLocaleEnvironment({{"LC_NUMERIC", "fr_FR.UTF-8@euro"}, {"LANG", "en_GB.UTF-8"}});
   EXPECT_EQ(CurrentIdentifier(), "fr_FR");
-  SetEnvironment({{"LC_ALL", ""}, {"LANG", "en_GB.ISO-8859-1"}});
+  SetLocaleEnvironment({{"LC_ALL", ""}, {"LANG", "en_GB.ISO-8859-1"}});
   EXPECT_EQ(CurrentIdentifier(), "en_GB");
-  SetEnvironment({{"LANG", "de_AT"}});
+  SetLocaleEnvironment({{"LANG", "de_AT"}});
   EXPECT_EQ(CurrentIdentifier(), "de_AT");
   // LC_MESSAGES says nothing about numbers.
-  SetEnvironment({{"LC_MESSAGES", "de_DE.UTF-8"}, {"LANG", "ja_JP.UTF-8"}});
+  SetLocaleEnvironment({{"LC_MESSAGES", "de_DE.UTF-8"}, {"LANG", "ja_JP.UTF-8"}});
   EXPECT_EQ(CurrentIdentifier(), "ja_JP");
 }
 
 TEST_F(CFLocaleTest, CAndPosixAndNothingReadAsEnglish) {
   EXPECT_EQ(CurrentIdentifier(), "en");
-  SetEnvironment({{"LC_ALL", "C"}});
+  SetLocaleEnvironment({{"LC_ALL", "C"}});
   EXPECT_EQ(CurrentIdentifier(), "en");
-  SetEnvironment({{"LC_ALL", "POSIX"}});
+  SetLocaleEnvironment({{"LC_ALL", "POSIX"}});
   EXPECT_EQ(CurrentIdentifier(), "en");
-  SetEnvironment({{"LANG", "C.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "C.UTF-8"}});
   EXPECT_EQ(CurrentIdentifier(), "en");
 }
 
 TEST_F(CFLocaleTest, AppleLocalePreferenceWinsOverTheEnvironment) {
-  SetEnvironment({{"LC_ALL", "fr_FR.UTF-8"}});
+  SetLocaleEnvironment({{"LC_ALL", "fr_FR.UTF-8"}});
   WriteGlobalPreferences("<key>AppleLocale</key>\n<string>de_CH</string>\n");
   EXPECT_EQ(CurrentIdentifier(), "de_CH");
 }
@@ -111,7 +87,7 @@ TEST_F(CFLocaleTest, ChangedAppleLocaleIsSeenWithinASecond) {
 }
 
 TEST_F(CFLocaleTest, EachCurrentLocaleIsANewObjectOfTheLocaleType) {
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   CFLocaleRef first = CFLocaleCopyCurrent();
   CFLocaleRef second = CFLocaleCopyCurrent();
   ASSERT_NE(first, nullptr);
@@ -176,22 +152,22 @@ TEST_F(CFLocaleTest, CopyIsTheSameLocale) {
 
 TEST_F(CFLocaleTest, PreferredLanguagesFollowTheEnvironmentAsGLibReadsIt) {
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"en"}));
-  SetEnvironment({{"LANGUAGE", "de_DE:fr"}, {"LC_ALL", "it_IT.UTF-8"}});
+  SetLocaleEnvironment({{"LANGUAGE", "de_DE:fr"}, {"LC_ALL", "it_IT.UTF-8"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"de-DE", "de", "fr"}));
-  SetEnvironment({{"LANGUAGE", ""}, {"LC_ALL", "pt_BR.UTF-8@mod"}, {"LANG", "de_DE"}});
+  SetLocaleEnvironment({{"LANGUAGE", ""}, {"LC_ALL", "pt_BR.UTF-8@mod"}, {"LANG", "de_DE"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"pt-BR", "pt"}));
-  SetEnvironment({{"LC_MESSAGES", "sv_SE.UTF-8"}, {"LANG", "de_DE"}});
+  SetLocaleEnvironment({{"LC_MESSAGES", "sv_SE.UTF-8"}, {"LANG", "de_DE"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"sv-SE", "sv"}));
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"de-DE", "de"}));
-  SetEnvironment({{"LANG", "C"}});
+  SetLocaleEnvironment({{"LANG", "C"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"en"}));
-  SetEnvironment({{"LANGUAGE", "de:POSIX:de_AT"}});
+  SetLocaleEnvironment({{"LANGUAGE", "de:POSIX:de_AT"}});
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"de", "en", "de-AT"}));
 }
 
 TEST_F(CFLocaleTest, PreferredLanguagesComeFromAppleLanguagesWhenSet) {
-  SetEnvironment({{"LANGUAGE", "fr_FR"}});
+  SetLocaleEnvironment({{"LANGUAGE", "fr_FR"}});
   WriteGlobalPreferences("<key>AppleLanguages</key>\n<array>\n<string>de</string>\n<string>en-US</string>\n</array>\n");
   EXPECT_EQ(PreferredLanguages(), (std::vector<std::string>{"de", "en-US"}));
 }
@@ -205,26 +181,9 @@ TEST_F(CFLocaleTest, OldLocalizationNamesMapBothWays) {
 }
 
 TEST_F(CFLocaleTest, FailedCreationLeavesNothingBehind) {
-  SetEnvironment({{"LANG", "de_DE.UTF-8"}});
-  long live = ZRTestingLiveObjectCount();
-  bool failed = false;
-  bool succeeded = false;
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   // Fails the first, second ... allocation of the call until the call needs no more of them.
-  for (long n = 1; n <= 32 && !succeeded; ++n) {
-    ZRTestingFailAllocation(n);
-    CFLocaleRef locale = CFLocaleCopyCurrent();
-    bool pending = ZRTestingFailurePending();
-    ZRTestingFailAllocation(0);
-    if (locale) {
-      succeeded = pending;
-      CFRelease(locale);
-    } else {
-      failed = true;
-    }
-    EXPECT_EQ(ZRTestingLiveObjectCount(), live) << n;
-  }
-  EXPECT_TRUE(failed);
-  EXPECT_TRUE(succeeded);
+  zrtest::ExpectAllocationFailuresHandled(32, [] { return CFTypeRef(CFLocaleCopyCurrent()); });
 }
 
 }  // namespace

@@ -47,12 +47,7 @@ std::string Write(CFPropertyListRef plist) {
   return text;
 }
 
-const std::string kXMLHeader =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-    "<plist version=\"1.0\">\n";
-
-std::string InPlist(const std::string& body) { return kXMLHeader + body + "</plist>\n"; }
+std::string InPlist(const std::string& body) { return zrtest::XMLPropertyList(body); }
 
 CFTypeRef Value(CFTypeRef dictionary, const char* key) {
   CFStringRef name = CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8);

@@ -1,8 +1,12 @@
 // TestSupport.cpp: helpers shared by the test suites.
 #include "TestSupport.h"
 
+#include <stdlib.h>
+
 #include <cstdarg>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <regex>
 
 namespace zrtest {
@@ -20,6 +24,42 @@ void LeakCheckedTest::SetUp() { liveObjects_ = ZRTestingLiveObjectCount(); }
 void LeakCheckedTest::TearDown() {
   ZRTestingFailAllocation(0);
   EXPECT_EQ(ZRTestingLiveObjectCount(), liveObjects_) << "objects leaked";
+}
+
+void PrivatePreferencesTest::SetUp() {
+  configHome_ = MakeTemporaryFolder(::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
+  ASSERT_FALSE(configHome_.empty());
+  setenv("XDG_CONFIG_HOME", configHome_.c_str(), 1);
+  UseLocale("en_US.UTF-8");
+}
+
+void PrivatePreferencesTest::TearDown() {
+  if (!configHome_.empty()) {
+    EXPECT_TRUE(RemoveFolder(configHome_)) << configHome_;
+  }
+}
+
+void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
+                                     const std::function<bool(CFTypeRef)>& isComplete) {
+  long live = ZRTestingLiveObjectCount();
+  bool failed = false;
+  bool succeeded = false;
+  for (long n = 1; n <= limit && !succeeded; ++n) {
+    ZRTestingFailAllocation(n);
+    CFTypeRef object = create();
+    bool pending = ZRTestingFailurePending();
+    ZRTestingFailAllocation(0);
+    if (object) {
+      bool complete = !isComplete || isComplete(object);
+      succeeded = pending && complete;
+      CFRelease(object);
+    } else {
+      failed = true;
+    }
+    EXPECT_EQ(ZRTestingLiveObjectCount(), live) << "allocation " << n;
+  }
+  EXPECT_TRUE(failed) << "no failed allocation made the call return NULL";
+  EXPECT_TRUE(succeeded) << "no call gave the full answer within " << limit << " allocations";
 }
 
 std::string Utf8(CFTypeRef string) {
@@ -86,6 +126,45 @@ std::string RandomBytes(size_t length, std::mt19937* generator) {
   for (char& c : bytes) c = static_cast<char>(byte(*generator));
   return bytes;
 }
+
+std::string MakeTemporaryFolder(const std::string& name) {
+  std::error_code error;
+  std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+  if (error) return std::string();
+  std::string pattern = (folder / (name + ".XXXXXX")).string();
+  if (!mkdtemp(pattern.data())) return std::string();
+  return pattern;
+}
+
+bool RemoveFolder(const std::string& path) {
+  std::error_code error;
+  std::filesystem::remove_all(path, error);
+  return !error;
+}
+
+bool WriteFile(const std::string& path, const std::string& bytes) {
+  std::error_code error;
+  std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  if (!parent.empty()) std::filesystem::create_directories(parent, error);
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  return !file.fail();
+}
+
+std::string XMLPropertyList(const std::string& body) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+         "<plist version=\"1.0\">\n" +
+         body + "</plist>\n";
+}
+
+void SetLocaleEnvironment(const std::vector<std::pair<const char*, const char*>>& variables) {
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LANG"}) unsetenv(name);
+  for (const auto& [name, value] : variables) setenv(name, value, 1);
+}
+
+void UseLocale(const char* name) { SetLocaleEnvironment({{"LC_ALL", name}, {"LANG", name}}); }
 
 std::string Pointer(const void* pointer) {
   // glibc prints "(nil)" for NULL; the platform prints "0x0".

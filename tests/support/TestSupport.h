@@ -6,8 +6,10 @@
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zrtest {
@@ -38,6 +40,25 @@ class LeakCheckedTest : public ::testing::Test {
 
   long liveObjects_ = 0;
 };
+
+// Runs each test in en_US.UTF-8 with a preferences folder of its own (XDG_CONFIG_HOME): made
+// empty before the test, and removed with everything in it after the test.
+class PrivatePreferencesTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  std::string configHome_;
+};
+
+// Calls `create` with its 1st, 2nd, ... allocation failing, at most `limit` times, until a call
+// returns an object without having reached its armed failure. `isComplete`, when given, looks at
+// each object returned (it may check it) and tells whether it is the full answer rather than one
+// that a failure cut short; only a full answer ends the loop. Each object is released. Expects
+// every call to leave the live-object count as it found it, at least one call to return NULL,
+// and the loop to end with a full answer.
+void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
+                                     const std::function<bool(CFTypeRef)>& isComplete = nullptr);
 
 // The string's characters as UTF-8; "<NULL>" for NULL, "<unconvertible>" when the characters
 // have no UTF-8 form (a lone surrogate). The text ends at the first NUL character.
@@ -77,6 +98,29 @@ std::string Bytes(CFDataRef data);
 
 // `length` bytes from the generator, every value 0 to 255 alike; "" for length 0.
 std::string RandomBytes(size_t length, std::mt19937* generator);
+
+// A new empty folder "<temporary folder>/<name>.XXXXXX" for a test's own files; "" when none
+// could be made.
+std::string MakeTemporaryFolder(const std::string& name);
+
+// Removes the folder and everything in it. True when nothing of it is left, a folder that was
+// already gone included.
+bool RemoveFolder(const std::string& path);
+
+// Writes the bytes to the file, replacing what it held and making the folders above it that are
+// missing. False when the bytes could not all be written.
+bool WriteFile(const std::string& path, const std::string& bytes);
+
+// The text of an XML property-list file: the XML declaration, the platform's DOCTYPE line and
+// "<plist version="1.0">" on lines of their own, then the body as given and "</plist>\n".
+std::string XMLPropertyList(const std::string& body);
+
+// Unsets the locale variables LANGUAGE, LC_ALL, LC_MESSAGES, LC_NUMERIC and LANG, then sets the
+// given ones; with none given the process falls back to the POSIX locale.
+void SetLocaleEnvironment(const std::vector<std::pair<const char*, const char*>>& variables);
+
+// SetLocaleEnvironment with LC_ALL and LANG both naming the POSIX locale, such as "de_DE.UTF-8".
+void UseLocale(const char* name);
 
 // What %p prints for a pointer, as the platform writes it: "0x0" for NULL, else "0x" and hex.
 std::string Pointer(const void* pointer);
