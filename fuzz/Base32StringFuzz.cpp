@@ -7,9 +7,11 @@
 #include <cstring>
 #include <string>
 
+#include "FuzzSupport.h"
+
 namespace {
 
-std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
+using zrfuzz::Bytes;
 
 std::string Text(NSString* string) {
   const char* text = ns::cStringUsingEncoding(string, NSASCIIStringEncoding);
@@ -22,10 +24,7 @@ std::string Text(NSString* string) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
-  // Each byte as one character (Latin-1), so that non-ASCII characters are tried too.
-  CFStringRef string =
-      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
-  if (!string) abort();
+  CFStringRef string = zrfuzz::CreateLatin1String(data, size);
   NSData* decoded = ZR::dataWithBase32String(const_cast<NSString*>(string));
   if (decoded) {
     std::string upper = Text(const_cast<NSString*>(string));

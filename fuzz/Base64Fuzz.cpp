@@ -6,18 +6,14 @@
 #include <cstdlib>
 #include <string>
 
-namespace {
+#include "FuzzSupport.h"
 
-std::string Bytes(NSData* data) { return std::string(static_cast<const char*>(ns::bytes(data)), ns::length(data)); }
-
-}  // namespace
+using zrfuzz::Bytes;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
-  CFStringRef string =
-      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
-  if (!string) abort();
+  CFStringRef string = zrfuzz::CreateLatin1String(data, size);
   NSData* decoded = ZR::dataWithBase64String(const_cast<NSString*>(string));
   CFRelease(string);
   if (!decoded) abort();  // never nil

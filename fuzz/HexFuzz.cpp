@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "FuzzSupport.h"
+
 namespace {
 
-std::string Bytes(CFDataRef data) {
-  return std::string(reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<size_t>(CFDataGetLength(data)));
-}
+using zrfuzz::Bytes;
 
 CFDataRef DecodeString(CFStringRef string) {
   CFDataRef data = nullptr;
@@ -40,9 +40,7 @@ std::string Ascii(CFStringRef string) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NSAutoreleasePool pool;
 
-  CFStringRef string =
-      CFStringCreateWithBytes(nullptr, data, static_cast<CFIndex>(size), kCFStringEncodingISOLatin1, false);
-  if (!string) abort();
+  CFStringRef string = zrfuzz::CreateLatin1String(data, size);
   CFDataRef decoded = DecodeString(string);
   if (decoded) {
     if (CFDataGetLength(decoded) != (CFStringGetLength(string) + 1) / 2) abort();
