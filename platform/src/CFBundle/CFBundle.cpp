@@ -2,8 +2,6 @@
 // information property list, the localization that matches the user's languages, and
 // localized strings read from the bundle's strings tables.
 #include <CoreFoundation/CFBundle.h>
-#include <CoreFoundation/CFData.h>
-#include <CoreFoundation/CFPropertyList.h>
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +13,7 @@
 
 #include "CFBundle/BundleImpl.h"
 #include "CFLocale/Languages.h"
+#include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
 
 namespace {
@@ -236,19 +235,7 @@ CFDictionaryRef CFBundleGetInfoDictionary(CFBundleRef bundle) {
   }
   CFDictionaryRef info = nullptr;
   std::string bytes;
-  if (ReadFile(bundle->infoPlistPath, &bytes)) {
-    CFDataRef data =
-        CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
-    if (data) {
-      CFPropertyListRef list = CFPropertyListCreateWithData(nullptr, data, kCFPropertyListImmutable, nullptr, nullptr);
-      CFRelease(data);
-      if (list && CFGetTypeID(list) == CFDictionaryGetTypeID()) {
-        info = static_cast<CFDictionaryRef>(list);
-      } else if (list) {
-        CFRelease(list);
-      }
-    }
-  }
+  if (ReadFile(bundle->infoPlistPath, &bytes)) info = zrp::CreateDictionaryFromPropertyListBytes(bytes);
   // A bundle without a readable information property list has an empty one. A file that could
   // not be read into memory this time is tried again on the next call.
   if (!info && access(bundle->infoPlistPath.c_str(), F_OK) != 0) {

@@ -2,10 +2,9 @@
 // UTF-8 or UTF-16) or as an XML or binary property list.
 #include "CFBundle/StringsFile.h"
 
-#include <CoreFoundation/CFData.h>
 #include <CoreFoundation/CFDictionary.h>
-#include <CoreFoundation/CFPropertyList.h>
 
+#include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
 
 namespace zrp {
@@ -195,25 +194,18 @@ bool LooksLikeXML(std::u16string_view text) {
 
 // A strings table written as a property list: a dictionary whose string values are the texts.
 bool ParsePropertyList(std::string_view bytes, StringsTable* table) {
-  CFDataRef data =
-      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
-  if (!data) return false;
-  CFPropertyListRef list = CFPropertyListCreateWithData(nullptr, data, kCFPropertyListImmutable, nullptr, nullptr);
-  CFRelease(data);
-  if (!list) return false;
-  bool ok = CFGetTypeID(list) == CFDictionaryGetTypeID();
-  if (ok) {
-    CFDictionaryApplyFunction(
-        static_cast<CFDictionaryRef>(list),
-        [](const void* key, const void* value, void* context) {
-          if (CFGetTypeID(key) != CFStringGetTypeID() || CFGetTypeID(value) != CFStringGetTypeID()) return;
-          (*static_cast<StringsTable*>(context))[Chars(static_cast<CFStringRef>(key))] =
-              Chars(static_cast<CFStringRef>(value));
-        },
-        table);
-  }
-  CFRelease(list);
-  return ok;
+  CFDictionaryRef dictionary = CreateDictionaryFromPropertyListBytes(bytes);
+  if (!dictionary) return false;
+  CFDictionaryApplyFunction(
+      dictionary,
+      [](const void* key, const void* value, void* context) {
+        if (CFGetTypeID(key) != CFStringGetTypeID() || CFGetTypeID(value) != CFStringGetTypeID()) return;
+        (*static_cast<StringsTable*>(context))[Chars(static_cast<CFStringRef>(key))] =
+            Chars(static_cast<CFStringRef>(value));
+      },
+      table);
+  CFRelease(dictionary);
+  return true;
 }
 
 }  // namespace

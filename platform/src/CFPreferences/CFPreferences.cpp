@@ -2,7 +2,6 @@
 // "$XDG_CONFIG_HOME/<identifier>.plist" (XML or binary), and the global domain is
 // ".GlobalPreferences.plist" beside them, searched after the application's own domain.
 // Files are kept parsed in memory and read again only when they change on disk.
-#include <CoreFoundation/CFData.h>
 #include <CoreFoundation/CFPreferences.h>
 #include <CoreFoundation/CFPropertyList.h>
 #include <fcntl.h>
@@ -56,16 +55,11 @@ bool ReadFile(int fd, const struct stat& info, std::string* out) {
   return true;
 }
 
-// The property list in a file, or NULL.
-CFPropertyListRef CopyFilePropertyList(int fd, const struct stat& info) {
+// The dictionary in a property-list file, or NULL.
+CFDictionaryRef CopyFileDictionary(int fd, const struct stat& info) {
   std::string bytes;
   if (!ReadFile(fd, info, &bytes)) return nullptr;
-  CFDataRef data =
-      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
-  if (!data) return nullptr;
-  CFPropertyListRef plist = CFPropertyListCreateWithData(nullptr, data, kCFPropertyListImmutable, nullptr, nullptr);
-  CFRelease(data);
-  return plist;
+  return CreateDictionaryFromPropertyListBytes(bytes);
 }
 
 // What tells one version of a file from the next.
@@ -128,14 +122,12 @@ std::string ApplicationIdentifierForExecutable(const std::string& path) {
   int fd = open(infoPath.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return name;
   struct stat info;
-  CFPropertyListRef plist = fstat(fd, &info) == 0 ? CopyFilePropertyList(fd, info) : nullptr;
+  CFDictionaryRef plist = fstat(fd, &info) == 0 ? CopyFileDictionary(fd, info) : nullptr;
   close(fd);
   if (!plist) return name;
   std::string identifier;
-  if (CFGetTypeID(plist) == CFDictionaryGetTypeID()) {
-    CFTypeRef value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(plist), CFSTR("CFBundleIdentifier"));
-    if (value && CFGetTypeID(value) == CFStringGetTypeID()) identifier = ToUTF8(static_cast<CFStringRef>(value));
-  }
+  CFTypeRef value = CFDictionaryGetValue(plist, CFSTR("CFBundleIdentifier"));
+  if (value && CFGetTypeID(value) == CFStringGetTypeID()) identifier = ToUTF8(static_cast<CFStringRef>(value));
   CFRelease(plist);
   return identifier.empty() ? name : identifier;
 }
@@ -177,18 +169,14 @@ CFDictionaryRef CopyDomainDictionary(const std::string& path) {
 
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return nullptr;
-  CFPropertyListRef plist = nullptr;
+  CFDictionaryRef dictionary = nullptr;
   // The stamp of what was actually read, should the file have changed since the stat.
-  if (fstat(fd, &info) == 0) plist = CopyFilePropertyList(fd, info);
+  if (fstat(fd, &info) == 0) dictionary = CopyFileDictionary(fd, info);
   close(fd);
-  if (plist && CFGetTypeID(plist) != CFDictionaryGetTypeID()) {
-    CFRelease(plist);
-    plist = nullptr;
-  }
   CachedDomain& entry = cache[path];
   if (entry.dictionary) CFRelease(entry.dictionary);
   entry.stamp = FileStamp::Of(info);
-  entry.dictionary = static_cast<CFDictionaryRef>(plist);
+  entry.dictionary = dictionary;
   return RetainOrNull(entry.dictionary);
 }
 

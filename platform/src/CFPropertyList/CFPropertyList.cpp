@@ -118,6 +118,19 @@ bool DecodeBase64(std::string_view text, std::vector<uint8_t>* out) {
   return padding <= 2;
 }
 
+CFDictionaryRef CreateDictionaryFromPropertyListBytes(std::string_view bytes) {
+  CFDataRef data =
+      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
+  if (!data) return nullptr;
+  CFPropertyListRef plist = CFPropertyListCreateWithData(nullptr, data, kCFPropertyListImmutable, nullptr, nullptr);
+  CFRelease(data);
+  if (plist && CFGetTypeID(plist) != CFDictionaryGetTypeID()) {
+    CFRelease(plist);
+    plist = nullptr;
+  }
+  return static_cast<CFDictionaryRef>(plist);
+}
+
 namespace {
 
 // Days from 1970-01-01 to a proleptic Gregorian date (year, 1-12, 1-31).

@@ -95,6 +95,11 @@ CFPropertyListRef ReadBinaryPropertyList(const uint8_t* bytes, size_t length, co
 // anything a property list cannot (the output is then incomplete).
 bool WriteXMLPropertyList(CFPropertyListRef plist, std::string* out);
 
+// The dictionary that the bytes hold as a property list of either form, immutable; NULL when they
+// hold anything else or cannot be read. For the files the host reads itself (information property
+// lists, strings tables, preference domains). Returns a new reference.
+CFDictionaryRef CreateDictionaryFromPropertyListBytes(std::string_view bytes);
+
 // Decodes Base64, skipping whitespace; false on any other stray character or bad padding.
 bool DecodeBase64(std::string_view text, std::vector<uint8_t>* out);
 
