@@ -57,7 +57,8 @@ TEST(StringsFileTest, ReadsPairsCommentsAndEscapes) {
       "/* A comment\n   over lines; \"not\" = \"a pair\"; */\n"
       "\"plain\" = \"Plain text\";\n"
       "// a line comment \"x\" = \"y\";\n"
-      "\"escapes\" = \"quote \\\" backslash \\\\ newline \\n tab \\t return \\r\";\n"
+      "\"escapes\" = \"quote \\\" backslash \\\\ newline \\n tab \\t return \\r bell \\a back \\b feed \\f vertical "
+      "\\v\";\n"
       "\"unicode\" = \"caf\\U00e9 \\u00FC\";\n"
       "\"surrogates\" = \"\\UD83D\\UDE00\";\n"
       "\"octal\" = \"\\101\\102\";\n"
@@ -71,7 +72,8 @@ TEST(StringsFileTest, ReadsPairsCommentsAndEscapes) {
   EXPECT_TRUE(ok);
   EXPECT_EQ(table.size(), 10u);
   EXPECT_EQ(Lookup(table, u"plain"), "Later wins");
-  EXPECT_EQ(Lookup(table, u"escapes"), "quote \" backslash \\ newline \n tab \t return \r");
+  EXPECT_EQ(Lookup(table, u"escapes"),
+            "quote \" backslash \\ newline \n tab \t return \r bell \a back \b feed \f vertical \v");
   EXPECT_EQ(Lookup(table, u"unicode"), "café ü");
   EXPECT_EQ(Lookup(table, u"surrogates"), "\U0001F600");
   EXPECT_EQ(Lookup(table, u"octal"), "AB");

@@ -128,28 +128,14 @@ class Parser {
       }
       if (AtEnd()) return false;
       c = text_[position_++];
+      // The letters of C's control escapes, and the characters they stand for.
+      constexpr std::u16string_view kControlLetters = u"abfnrtv";
+      constexpr std::u16string_view kControls = u"\a\b\f\n\r\t\v";
+      if (size_t control = kControlLetters.find(c); control != std::u16string_view::npos) {
+        out->push_back(kControls[control]);
+        continue;
+      }
       switch (c) {
-        case u'a':
-          out->push_back(u'\a');
-          break;
-        case u'b':
-          out->push_back(u'\b');
-          break;
-        case u'f':
-          out->push_back(u'\f');
-          break;
-        case u'n':
-          out->push_back(u'\n');
-          break;
-        case u'r':
-          out->push_back(u'\r');
-          break;
-        case u't':
-          out->push_back(u'\t');
-          break;
-        case u'v':
-          out->push_back(u'\v');
-          break;
         case u'U':
         case u'u': {
           // One to four hex digits name one UTF-16 unit; a character beyond the first plane is
