@@ -416,7 +416,7 @@ TEST_F(CFArrayTest, DescriptionLikeNSArray) {
                          CFSTR("plain_word.txt"),
                          CFSTR("two words"),
                          CFSTR(""),
-                         CFSTR("quote\" \\ \n"),
+                         CFSTR("quote\" \\ \n\t\r"),
                          CFSTR("caf\xC3\xA9"),
                          kCFBooleanTrue,
                          nested,
@@ -429,7 +429,7 @@ TEST_F(CFArrayTest, DescriptionLikeNSArray) {
             "    plain_word.txt,\n"
             "    \"two words\",\n"
             "    \"\",\n"
-            "    \"quote\\\" \\\\ \\n\",\n"
+            "    \"quote\\\" \\\\ \\n\\t\\r\",\n"
             "    \"caf\\U00e9\",\n"
             "    1,\n"
             "        (\n"

@@ -5,6 +5,7 @@
 #include <CoreFoundation/CFString.h>
 
 #include <cstdio>
+#include <string_view>
 
 #include "CFString/StringImpl.h"
 
@@ -31,32 +32,20 @@ void AppendStringElement(const std::u16string& chars, std::u16string* out) {
     out->append(chars);
     return;
   }
+  // The characters written as a backslash and a letter, and those letters.
+  constexpr std::u16string_view kEscaped = u"\"\\\n\t\r";
+  constexpr std::u16string_view kEscapeLetters = u"\"\\ntr";
   out->push_back(u'"');
   for (char16_t c : chars) {
-    switch (c) {
-      case u'"':
-        out->append(u"\\\"");
-        break;
-      case u'\\':
-        out->append(u"\\\\");
-        break;
-      case u'\n':
-        out->append(u"\\n");
-        break;
-      case u'\t':
-        out->append(u"\\t");
-        break;
-      case u'\r':
-        out->append(u"\\r");
-        break;
-      default:
-        if (c >= 0x20 && c < 0x7F) {
-          out->push_back(c);
-        } else {
-          char escape[8];
-          std::snprintf(escape, sizeof escape, "\\U%04x", static_cast<unsigned>(c));
-          for (const char* p = escape; *p; ++p) out->push_back(static_cast<char16_t>(*p));
-        }
+    if (size_t escaped = kEscaped.find(c); escaped != std::u16string_view::npos) {
+      out->push_back(u'\\');
+      out->push_back(kEscapeLetters[escaped]);
+    } else if (c >= 0x20 && c < 0x7F) {
+      out->push_back(c);
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\U%04x", static_cast<unsigned>(c));
+      for (const char* p = escape; *p; ++p) out->push_back(static_cast<char16_t>(*p));
     }
   }
   out->push_back(u'"');
