@@ -30,6 +30,26 @@ T Read(CFNumberRef number, CFNumberType type, bool* exact) {
   return value;
 }
 
+// Whether the number reads as type T to the expected value, exactly or not as `exact` says.
+template <class T>
+::testing::AssertionResult ReadsAs(CFNumberRef number, CFNumberType type, T expected, bool exact) {
+  bool wasExact = false;
+  T value = Read<T>(number, type, &wasExact);
+  if (value == expected && wasExact == exact) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "type " << type << " reads " << +value
+                                       << (wasExact ? " exactly" : " inexactly") << ", expected " << +expected
+                                       << (exact ? " exactly" : " inexactly");
+}
+
+// ReadsAs for a new number of madeType holding `made`, released afterwards.
+template <class T, class V>
+::testing::AssertionResult NewNumberReadsAs(CFNumberType madeType, V made, CFNumberType type, T expected, bool exact) {
+  CFNumberRef number = Make(madeType, made);
+  ::testing::AssertionResult result = ReadsAs<T>(number, type, expected, exact);
+  CFRelease(number);
+  return result;
+}
+
 struct TypeCase {
   CFNumberType type;
   CFNumberType canonical;
@@ -118,117 +138,66 @@ TEST(CFNumber, GetValueRejectsUnknownType) {
 }
 
 TEST(CFNumber, GetValueOf2Point9AsAnIntStores2AndReturnsFalse) {
-  CFNumberRef number = Make(kCFNumberDoubleType, 2.9);
-  bool exact = true;
-  EXPECT_EQ(Read<int>(number, kCFNumberIntType, &exact), 2);
-  EXPECT_FALSE(exact);
-  CFRelease(number);
+  EXPECT_TRUE(NewNumberReadsAs<int>(kCFNumberDoubleType, 2.9, kCFNumberIntType, 2, false));
 }
 
 TEST(CFNumber, FractionsAreDroppedTowardsZero) {
-  bool exact = true;
   CFNumberRef negative = Make(kCFNumberDoubleType, -2.9);
-  EXPECT_EQ(Read<int>(negative, kCFNumberIntType, &exact), -2);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int64_t>(negative, kCFNumberSInt64Type, &exact), -2);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int8_t>(negative, kCFNumberSInt8Type, &exact), -2);
-  EXPECT_FALSE(exact);
+  EXPECT_TRUE(ReadsAs<int>(negative, kCFNumberIntType, -2, false));
+  EXPECT_TRUE(ReadsAs<int64_t>(negative, kCFNumberSInt64Type, -2, false));
+  EXPECT_TRUE(ReadsAs<int8_t>(negative, kCFNumberSInt8Type, -2, false));
   CFRelease(negative);
 
-  CFNumberRef floatValue = Make(kCFNumberFloatType, 2.75f);
-  EXPECT_EQ(Read<int16_t>(floatValue, kCFNumberShortType, &exact), 2);
-  EXPECT_FALSE(exact);
-  CFRelease(floatValue);
+  EXPECT_TRUE(NewNumberReadsAs<int16_t>(kCFNumberFloatType, 2.75f, kCFNumberShortType, 2, false));
 }
 
 TEST(CFNumber, WholeFloatingValuesConvertExactly) {
-  bool exact = false;
-  CFNumberRef two = Make(kCFNumberDoubleType, 2.0);
-  EXPECT_EQ(Read<int>(two, kCFNumberIntType, &exact), 2);
-  EXPECT_TRUE(exact);
-  CFRelease(two);
-  CFNumberRef negativeZero = Make(kCFNumberDoubleType, -0.0);
-  EXPECT_EQ(Read<int>(negativeZero, kCFNumberIntType, &exact), 0);
-  EXPECT_TRUE(exact);
-  CFRelease(negativeZero);
+  EXPECT_TRUE(NewNumberReadsAs<int>(kCFNumberDoubleType, 2.0, kCFNumberIntType, 2, true));
+  EXPECT_TRUE(NewNumberReadsAs<int>(kCFNumberDoubleType, -0.0, kCFNumberIntType, 0, true));
 }
 
 TEST(CFNumber, IntegersOutOfRangeSaturate) {
-  bool exact = true;
   CFNumberRef big = Make(kCFNumberIntType, 300);
-  EXPECT_EQ(Read<int8_t>(big, kCFNumberSInt8Type, &exact), INT8_MAX);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int16_t>(big, kCFNumberSInt16Type, &exact), 300);
-  EXPECT_TRUE(exact);
+  EXPECT_TRUE(ReadsAs<int8_t>(big, kCFNumberSInt8Type, INT8_MAX, false));
+  EXPECT_TRUE(ReadsAs<int16_t>(big, kCFNumberSInt16Type, 300, true));
   CFRelease(big);
 
-  CFNumberRef small = Make(kCFNumberIntType, -300);
-  EXPECT_EQ(Read<int8_t>(small, kCFNumberCharType, &exact), INT8_MIN);
-  EXPECT_FALSE(exact);
-  CFRelease(small);
+  EXPECT_TRUE(NewNumberReadsAs<int8_t>(kCFNumberIntType, -300, kCFNumberCharType, INT8_MIN, false));
 
   CFNumberRef huge = Make(kCFNumberSInt64Type, INT64_MAX);
-  EXPECT_EQ(Read<int32_t>(huge, kCFNumberIntType, &exact), INT32_MAX);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int16_t>(huge, kCFNumberSInt16Type, &exact), INT16_MAX);
-  EXPECT_FALSE(exact);
+  EXPECT_TRUE(ReadsAs<int32_t>(huge, kCFNumberIntType, INT32_MAX, false));
+  EXPECT_TRUE(ReadsAs<int16_t>(huge, kCFNumberSInt16Type, INT16_MAX, false));
   CFRelease(huge);
 
-  CFNumberRef tiny = Make(kCFNumberLongLongType, static_cast<long long>(INT32_MIN) - 1);
-  EXPECT_EQ(Read<int32_t>(tiny, kCFNumberSInt32Type, &exact), INT32_MIN);
-  EXPECT_FALSE(exact);
-  CFRelease(tiny);
+  EXPECT_TRUE(NewNumberReadsAs<int32_t>(kCFNumberLongLongType, static_cast<long long>(INT32_MIN) - 1,
+                                        kCFNumberSInt32Type, INT32_MIN, false));
 }
 
 TEST(CFNumber, FloatingValuesOutOfRangeSaturate) {
-  bool exact = true;
   CFNumberRef big = Make(kCFNumberDoubleType, 1e20);
-  EXPECT_EQ(Read<int64_t>(big, kCFNumberSInt64Type, &exact), INT64_MAX);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int>(big, kCFNumberIntType, &exact), INT32_MAX);
-  EXPECT_FALSE(exact);
+  EXPECT_TRUE(ReadsAs<int64_t>(big, kCFNumberSInt64Type, INT64_MAX, false));
+  EXPECT_TRUE(ReadsAs<int>(big, kCFNumberIntType, INT32_MAX, false));
   CFRelease(big);
 
-  CFNumberRef small = Make(kCFNumberDoubleType, -1e20);
-  EXPECT_EQ(Read<int64_t>(small, kCFNumberCFIndexType, &exact), INT64_MIN);
-  EXPECT_FALSE(exact);
-  CFRelease(small);
+  EXPECT_TRUE(NewNumberReadsAs<int64_t>(kCFNumberDoubleType, -1e20, kCFNumberCFIndexType, INT64_MIN, false));
 
   // 2^63 is just past the 64-bit range; -2^63 is its lowest value, exactly.
-  CFNumberRef twoTo63 = Make(kCFNumberDoubleType, 9223372036854775808.0);
-  EXPECT_EQ(Read<int64_t>(twoTo63, kCFNumberSInt64Type, &exact), INT64_MAX);
-  EXPECT_FALSE(exact);
-  CFRelease(twoTo63);
-  CFNumberRef minusTwoTo63 = Make(kCFNumberDoubleType, -9223372036854775808.0);
-  EXPECT_EQ(Read<int64_t>(minusTwoTo63, kCFNumberSInt64Type, &exact), INT64_MIN);
-  EXPECT_TRUE(exact);
-  CFRelease(minusTwoTo63);
+  EXPECT_TRUE(
+      NewNumberReadsAs<int64_t>(kCFNumberDoubleType, 9223372036854775808.0, kCFNumberSInt64Type, INT64_MAX, false));
+  EXPECT_TRUE(
+      NewNumberReadsAs<int64_t>(kCFNumberDoubleType, -9223372036854775808.0, kCFNumberSInt64Type, INT64_MIN, true));
 
-  CFNumberRef edge = Make(kCFNumberDoubleType, 127.5);
-  EXPECT_EQ(Read<int8_t>(edge, kCFNumberSInt8Type, &exact), 127);
-  EXPECT_FALSE(exact);
-  CFRelease(edge);
-  CFNumberRef over = Make(kCFNumberDoubleType, 128.0);
-  EXPECT_EQ(Read<int8_t>(over, kCFNumberSInt8Type, &exact), 127);
-  EXPECT_FALSE(exact);
-  CFRelease(over);
+  EXPECT_TRUE(NewNumberReadsAs<int8_t>(kCFNumberDoubleType, 127.5, kCFNumberSInt8Type, 127, false));
+  EXPECT_TRUE(NewNumberReadsAs<int8_t>(kCFNumberDoubleType, 128.0, kCFNumberSInt8Type, 127, false));
 }
 
 TEST(CFNumber, NaNAndInfinityToIntegers) {
-  bool exact = true;
-  EXPECT_EQ(Read<int>(kCFNumberNaN, kCFNumberIntType, &exact), 0);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int64_t>(kCFNumberNaN, kCFNumberSInt64Type, &exact), 0);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int>(kCFNumberPositiveInfinity, kCFNumberIntType, &exact), INT32_MAX);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int>(kCFNumberNegativeInfinity, kCFNumberIntType, &exact), INT32_MIN);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int64_t>(kCFNumberPositiveInfinity, kCFNumberLongType, &exact), INT64_MAX);
-  EXPECT_FALSE(exact);
-  EXPECT_EQ(Read<int8_t>(kCFNumberNegativeInfinity, kCFNumberSInt8Type, &exact), INT8_MIN);
-  EXPECT_FALSE(exact);
+  EXPECT_TRUE(ReadsAs<int>(kCFNumberNaN, kCFNumberIntType, 0, false));
+  EXPECT_TRUE(ReadsAs<int64_t>(kCFNumberNaN, kCFNumberSInt64Type, 0, false));
+  EXPECT_TRUE(ReadsAs<int>(kCFNumberPositiveInfinity, kCFNumberIntType, INT32_MAX, false));
+  EXPECT_TRUE(ReadsAs<int>(kCFNumberNegativeInfinity, kCFNumberIntType, INT32_MIN, false));
+  EXPECT_TRUE(ReadsAs<int64_t>(kCFNumberPositiveInfinity, kCFNumberLongType, INT64_MAX, false));
+  EXPECT_TRUE(ReadsAs<int8_t>(kCFNumberNegativeInfinity, kCFNumberSInt8Type, INT8_MIN, false));
 }
 
 TEST(CFNumber, NaNAndInfinityToFloatingTypesAreExact) {
@@ -237,73 +206,38 @@ TEST(CFNumber, NaNAndInfinityToFloatingTypesAreExact) {
   EXPECT_TRUE(exact);
   EXPECT_TRUE(std::isnan(Read<double>(kCFNumberNaN, kCFNumberDoubleType, &exact)));
   EXPECT_TRUE(exact);
-  EXPECT_EQ(Read<float>(kCFNumberPositiveInfinity, kCFNumberFloat32Type, &exact), INFINITY);
-  EXPECT_TRUE(exact);
-  EXPECT_EQ(Read<double>(kCFNumberNegativeInfinity, kCFNumberFloat64Type, &exact), -INFINITY);
-  EXPECT_TRUE(exact);
+  EXPECT_TRUE(ReadsAs<float>(kCFNumberPositiveInfinity, kCFNumberFloat32Type, INFINITY, true));
+  EXPECT_TRUE(ReadsAs<double>(kCFNumberNegativeInfinity, kCFNumberFloat64Type, -INFINITY, true));
 }
 
 TEST(CFNumber, DoubleToFloatRoundsAndReportsLoss) {
-  bool exact = true;
-  CFNumberRef tenth = Make(kCFNumberDoubleType, 0.1);
-  EXPECT_EQ(Read<float>(tenth, kCFNumberFloatType, &exact), 0.1f);
-  EXPECT_FALSE(exact);
-  CFRelease(tenth);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberDoubleType, 0.1, kCFNumberFloatType, 0.1f, false));
 
-  CFNumberRef half = Make(kCFNumberDoubleType, 0.5);
-  EXPECT_EQ(Read<float>(half, kCFNumberFloatType, &exact), 0.5f);
-  EXPECT_TRUE(exact);
-  CFRelease(half);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberDoubleType, 0.5, kCFNumberFloatType, 0.5f, true));
 
-  CFNumberRef huge = Make(kCFNumberDoubleType, 1e300);
-  EXPECT_EQ(Read<float>(huge, kCFNumberFloat32Type, &exact), FLT_MAX);
-  EXPECT_FALSE(exact);
-  CFRelease(huge);
-  CFNumberRef hugeNegative = Make(kCFNumberDoubleType, -1e300);
-  EXPECT_EQ(Read<float>(hugeNegative, kCFNumberFloat32Type, &exact), -FLT_MAX);
-  EXPECT_FALSE(exact);
-  CFRelease(hugeNegative);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberDoubleType, 1e300, kCFNumberFloat32Type, FLT_MAX, false));
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberDoubleType, -1e300, kCFNumberFloat32Type, -FLT_MAX, false));
 
-  CFNumberRef underflow = Make(kCFNumberDoubleType, 1e-300);
-  EXPECT_EQ(Read<float>(underflow, kCFNumberFloat32Type, &exact), 0.0f);
-  EXPECT_FALSE(exact);
-  CFRelease(underflow);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberDoubleType, 1e-300, kCFNumberFloat32Type, 0.0f, false));
 }
 
 TEST(CFNumber, FloatWidensToDoubleExactly) {
-  bool exact = false;
-  CFNumberRef tenth = Make(kCFNumberFloatType, 0.1f);
-  EXPECT_EQ(Read<double>(tenth, kCFNumberDoubleType, &exact), static_cast<double>(0.1f));
-  EXPECT_TRUE(exact);
-  CFRelease(tenth);
+  EXPECT_TRUE(NewNumberReadsAs<double>(kCFNumberFloatType, 0.1f, kCFNumberDoubleType, static_cast<double>(0.1f), true));
 }
 
 TEST(CFNumber, IntegersThatDoNotFitTheSignificandAreLossyAsFloatingPoint) {
-  bool exact = true;
-  CFNumberRef twoTo53PlusOne = Make(kCFNumberSInt64Type, (int64_t{1} << 53) + 1);
-  EXPECT_EQ(Read<double>(twoTo53PlusOne, kCFNumberDoubleType, &exact), 9007199254740992.0);
-  EXPECT_FALSE(exact);
-  CFRelease(twoTo53PlusOne);
+  EXPECT_TRUE(NewNumberReadsAs<double>(kCFNumberSInt64Type, (int64_t{1} << 53) + 1, kCFNumberDoubleType,
+                                       9007199254740992.0, false));
 
-  CFNumberRef twoTo53 = Make(kCFNumberSInt64Type, int64_t{1} << 53);
-  EXPECT_EQ(Read<double>(twoTo53, kCFNumberDoubleType, &exact), 9007199254740992.0);
-  EXPECT_TRUE(exact);
-  CFRelease(twoTo53);
+  EXPECT_TRUE(
+      NewNumberReadsAs<double>(kCFNumberSInt64Type, int64_t{1} << 53, kCFNumberDoubleType, 9007199254740992.0, true));
 
-  CFNumberRef max = Make(kCFNumberSInt64Type, INT64_MAX);
-  EXPECT_EQ(Read<double>(max, kCFNumberFloat64Type, &exact), 9223372036854775808.0);
-  EXPECT_FALSE(exact);
-  CFRelease(max);
+  EXPECT_TRUE(
+      NewNumberReadsAs<double>(kCFNumberSInt64Type, INT64_MAX, kCFNumberFloat64Type, 9223372036854775808.0, false));
 
-  CFNumberRef twoTo24PlusOne = Make(kCFNumberIntType, 16777217);
-  EXPECT_EQ(Read<float>(twoTo24PlusOne, kCFNumberFloatType, &exact), 16777216.0f);
-  EXPECT_FALSE(exact);
-  CFRelease(twoTo24PlusOne);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberIntType, 16777217, kCFNumberFloatType, 16777216.0f, false));
 
-  CFNumberRef small = Make(kCFNumberIntType, 12345);
-  EXPECT_EQ(Read<float>(small, kCFNumberFloatType, &exact), 12345.0f);
-  EXPECT_TRUE(exact);
-  CFRelease(small);
+  EXPECT_TRUE(NewNumberReadsAs<float>(kCFNumberIntType, 12345, kCFNumberFloatType, 12345.0f, true));
 }
 
 TEST(CFNumber, GetValueRejectsNullArguments) {
