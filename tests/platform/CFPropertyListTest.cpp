@@ -677,6 +677,17 @@ TEST_F(CFPropertyListTest, RefusesEntityDeclarations) {
   EXPECT_EQ(Read(std::string("<!DOCTYPE plist []><plist><string>a</string></plist>")), nullptr);
 }
 
+// Expects the list that nested(levels) gives to be read 512 levels deep, and refused 513 and
+// farTooDeep levels deep.
+template <class Nested>
+void ExpectNestingLimit(Nested nested, int farTooDeep) {
+  CFPropertyListRef plist = Read(nested(512));
+  EXPECT_NE(plist, nullptr);
+  if (plist) CFRelease(plist);
+  EXPECT_EQ(Read(nested(513)), nullptr);
+  EXPECT_EQ(Read(nested(farTooDeep)), nullptr);
+}
+
 TEST_F(CFPropertyListTest, RefusesNestingDeeperThan512) {
   auto nested = [](int levels) {
     std::string text;
@@ -685,11 +696,7 @@ TEST_F(CFPropertyListTest, RefusesNestingDeeperThan512) {
     for (int i = 0; i < levels; ++i) text += "</array>";
     return InPlist(text + "\n");
   };
-  CFPropertyListRef plist = Read(nested(512));
-  EXPECT_NE(plist, nullptr);
-  if (plist) CFRelease(plist);
-  EXPECT_EQ(Read(nested(513)), nullptr);
-  EXPECT_EQ(Read(nested(100000)), nullptr);
+  ExpectNestingLimit(nested, 100000);
 }
 
 TEST_F(CFPropertyListTest, ReadsAPlatformWrittenBinaryList) {
@@ -962,11 +969,7 @@ TEST_F(CFPropertyListTest, RefusesDeepBinaryNesting) {
     for (int i = 0; i < levels; ++i) below = writer.add(writer.array({below}));
     return writer.finish(below);
   };
-  CFPropertyListRef plist = Read(nested(512));
-  EXPECT_NE(plist, nullptr);
-  if (plist) CFRelease(plist);
-  EXPECT_EQ(Read(nested(513)), nullptr);
-  EXPECT_EQ(Read(nested(20000)), nullptr);
+  ExpectNestingLimit(nested, 20000);
 }
 
 TEST_F(CFPropertyListTest, LeaksNothingWhenAllocationsFail) {
