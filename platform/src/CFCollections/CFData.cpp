@@ -4,6 +4,7 @@
 #include <CoreFoundation/CFString.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,33 +13,43 @@
 #include <vector>
 
 #include "CFString/StringImpl.h"
+#include "runtime/LargeBlocks.h"
 #include "runtime/Object.h"
 
+// The bytes live in one block from malloc, grown with realloc: data can be hundreds of
+// megabytes (encoded text, files), and realloc moves a block of that size by remapping its
+// pages instead of copying them. A new block of zeros comes from calloc, which gets freshly
+// mapped pages without writing them.
 struct __CFData final : zrp::Object {
-  __CFData(std::vector<UInt8> content, bool isMutable)
-      : Object(zrp::kTypeIDData), bytes(std::move(content)), mutable_(isMutable) {
-    // An empty buffer still owns storage, so that its byte pointer is never NULL, as on the
-    // platform (callers pass it on to functions that reject NULL even for zero bytes).
-    if (bytes.capacity() == 0) bytes.reserve(1);
-  }
+  // Takes the block, which holds at least one byte of capacity: an empty buffer still owns
+  // storage, so that its byte pointer is never NULL, as on the platform (callers pass it on to
+  // functions that reject NULL even for zero bytes).
+  __CFData(UInt8* block, size_t size, size_t room, bool isMutable)
+      : Object(zrp::kTypeIDData), bytes(block), length(size), capacity(room), mutable_(isMutable) {}
+  ~__CFData() override { std::free(bytes); }
 
-  bool equal(const Object& other) const override { return bytes == static_cast<const __CFData&>(other).bytes; }
+  bool equal(const Object& other) const override {
+    const __CFData& data = static_cast<const __CFData&>(other);
+    return length == data.length && (length == 0 || std::memcmp(bytes, data.bytes, length) == 0);
+  }
   CFHashCode hash() const override {
-    return std::hash<std::string_view>()(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    return std::hash<std::string_view>()(std::string_view(reinterpret_cast<const char*>(bytes), length));
   }
   CFStringRef copyDescription() const override;
   const char* className() const override { return mutable_ ? "NSConcreteMutableData" : "NSConcreteData"; }
 
-  std::vector<UInt8> bytes;
+  UInt8* bytes;
+  size_t length;
+  size_t capacity;
   bool mutable_;
 };
 
 CFStringRef __CFData::copyDescription() const {
   static const char kHex[] = "0123456789abcdef";
   std::u16string text;
-  text.reserve(2 + bytes.size() * 2 + bytes.size() / 4);
+  text.reserve(2 + length * 2 + length / 4);
   text.push_back(u'<');
-  for (size_t i = 0; i < bytes.size(); ++i) {
+  for (size_t i = 0; i < length; ++i) {
     if (i > 0 && i % 4 == 0) text.push_back(u' ');
     text.push_back(static_cast<char16_t>(kHex[bytes[i] >> 4]));
     text.push_back(static_cast<char16_t>(kHex[bytes[i] & 0xF]));
@@ -52,10 +63,63 @@ namespace {
 // Capacity is only a hint; a large one is not reserved up front.
 constexpr CFIndex kLargestReservedCapacity = 1 << 20;
 
-std::vector<UInt8> WithCapacity(CFIndex capacity) {
-  std::vector<UInt8> bytes;
-  if (capacity > 0) bytes.reserve(static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)));
-  return bytes;
+size_t ReservedCapacity(CFIndex capacity) {
+  return capacity > 0 ? static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)) : 0;
+}
+
+[[noreturn]] void HaltOnMemory(const char* function, size_t size) {
+  std::fprintf(stderr, "%s: cannot allocate %zu bytes\n", function, size);
+  std::abort();
+}
+
+// A data object over a new block with room for `capacity` bytes, holding a copy of the
+// `length` bytes at `content` (none when NULL); NULL when the object or the block cannot be
+// made.
+__CFData* Make(const UInt8* content, size_t length, size_t capacity, bool isMutable) {
+  size_t room = std::max<size_t>({capacity, length, 1});
+  UInt8* block = static_cast<UInt8*>(std::malloc(room));
+  if (!block) return nullptr;
+  if (length > 0) {
+    zrp::PopulateLargeBlock(block, length);
+    std::memcpy(block, content, length);
+  }
+  __CFData* data = zrp::New<__CFData>(block, length, room, isMutable);
+  if (!data) std::free(block);
+  return data;
+}
+
+// Makes room for `needed` bytes, growing the block geometrically so that a run of appends
+// costs amortised constant time per byte. A failure halts, as the platform does when it runs
+// out of memory.
+void Reserve(__CFData* data, size_t needed, const char* function) {
+  if (needed <= data->capacity) return;
+  size_t room = std::max(needed, data->capacity * 2);
+  UInt8* block = static_cast<UInt8*>(std::realloc(data->bytes, room));
+  if (!block) {
+    room = needed;
+    block = static_cast<UInt8*>(std::realloc(data->bytes, room));
+    if (!block) HaltOnMemory(function, room);
+  }
+  data->bytes = block;
+  data->capacity = room;
+}
+
+// Sets the length; new bytes are zero.
+void Resize(__CFData* data, size_t length, const char* function) {
+  if (length > data->length) {
+    if (data->length == 0 && length > data->capacity) {
+      // Nothing to keep: a block of zeros from calloc, whose fresh pages are not written.
+      UInt8* block = static_cast<UInt8*>(std::calloc(length, 1));
+      if (!block) HaltOnMemory(function, length);
+      std::free(data->bytes);
+      data->bytes = block;
+      data->capacity = length;
+    } else {
+      Reserve(data, length, function);
+      std::memset(data->bytes + data->length, 0, length - data->length);
+    }
+  }
+  data->length = length;
 }
 
 // Returns the data when it may be changed; an immutable one is reported on standard error
@@ -70,19 +134,26 @@ __CFData* Mutable(CFMutableDataRef data, const char* function) {
 }
 
 bool IsRangeValid(CFDataRef data, CFRange range) {
-  return range.location >= 0 && range.length >= 0 && static_cast<size_t>(range.location) <= data->bytes.size() &&
-         static_cast<size_t>(range.length) <= data->bytes.size() - static_cast<size_t>(range.location);
+  return range.location >= 0 && range.length >= 0 && static_cast<size_t>(range.location) <= data->length &&
+         static_cast<size_t>(range.length) <= data->length - static_cast<size_t>(range.location);
 }
 
 [[noreturn]] void HaltOnRange(const char* function, CFRange range, CFDataRef data) {
   std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; data length %zu\n", function, range.location, range.length,
-               data->bytes.size());
+               data->length);
   std::abort();
 }
 
 [[noreturn]] void HaltOnLength(const char* function, CFIndex length) {
   std::fprintf(stderr, "%s: length (%ld) cannot be less than zero\n", function, length);
   std::abort();
+}
+
+// True when p points into the data's block (bytes a caller took from the data itself).
+bool PointsInto(const __CFData* data, const UInt8* p) {
+  auto address = reinterpret_cast<uintptr_t>(p);
+  auto first = reinterpret_cast<uintptr_t>(data->bytes);
+  return address >= first && address < first + data->capacity;
 }
 
 }  // namespace
@@ -93,7 +164,7 @@ CFTypeID CFDataGetTypeID(void) { return zrp::kTypeIDData; }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
   if (length < 0 || (length > 0 && !bytes)) return nullptr;
-  return zrp::New<__CFData>(std::vector<UInt8>(bytes, bytes + length), false);
+  return Make(bytes, static_cast<size_t>(length), 0, false);
 }
 
 CFDataRef CFDataCreateCopy(CFAllocatorRef, CFDataRef theData) {
@@ -103,56 +174,58 @@ CFDataRef CFDataCreateCopy(CFAllocatorRef, CFDataRef theData) {
     if (!zrp::AllocationAllowed()) return nullptr;
     return static_cast<CFDataRef>(CFRetain(theData));
   }
-  return zrp::New<__CFData>(theData->bytes, false);
+  return Make(theData->bytes, theData->length, 0, false);
 }
 
 CFMutableDataRef CFDataCreateMutable(CFAllocatorRef, CFIndex capacity) {
-  return zrp::New<__CFData>(WithCapacity(capacity), true);
+  return Make(nullptr, 0, ReservedCapacity(capacity), true);
 }
 
 CFMutableDataRef CFDataCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFDataRef theData) {
   if (!theData) return nullptr;
-  std::vector<UInt8> bytes = WithCapacity(capacity);
-  bytes.insert(bytes.end(), theData->bytes.begin(), theData->bytes.end());
-  return zrp::New<__CFData>(std::move(bytes), true);
+  return Make(theData->bytes, theData->length, ReservedCapacity(capacity), true);
 }
 
-CFIndex CFDataGetLength(CFDataRef theData) { return static_cast<CFIndex>(theData->bytes.size()); }
+CFIndex CFDataGetLength(CFDataRef theData) { return static_cast<CFIndex>(theData->length); }
 
-const UInt8* CFDataGetBytePtr(CFDataRef theData) { return theData->bytes.data(); }
+const UInt8* CFDataGetBytePtr(CFDataRef theData) { return theData->bytes; }
 
 UInt8* CFDataGetMutableBytePtr(CFMutableDataRef theData) {
   // Immutable data has no writable bytes: NULL, reported like any other attempt to change it.
   __CFData* data = Mutable(theData, "CFDataGetMutableBytePtr");
-  return data ? data->bytes.data() : nullptr;
+  return data ? data->bytes : nullptr;
 }
 
 void CFDataGetBytes(CFDataRef theData, CFRange range, UInt8* buffer) {
   if (!IsRangeValid(theData, range)) HaltOnRange("CFDataGetBytes", range, theData);
-  if (range.length > 0) std::memcpy(buffer, theData->bytes.data() + range.location, static_cast<size_t>(range.length));
+  if (range.length > 0) std::memcpy(buffer, theData->bytes + range.location, static_cast<size_t>(range.length));
 }
 
 void CFDataSetLength(CFMutableDataRef theData, CFIndex length) {
   __CFData* data = Mutable(theData, "CFDataSetLength");
   if (!data) return;
   if (length < 0) HaltOnLength("CFDataSetLength", length);
-  // New bytes are zero.
-  data->bytes.resize(static_cast<size_t>(length), 0);
+  Resize(data, static_cast<size_t>(length), "CFDataSetLength");
 }
 
 void CFDataIncreaseLength(CFMutableDataRef theData, CFIndex extraLength) {
   __CFData* data = Mutable(theData, "CFDataIncreaseLength");
   if (!data) return;
   if (extraLength < 0) HaltOnLength("CFDataIncreaseLength", extraLength);
-  data->bytes.resize(data->bytes.size() + static_cast<size_t>(extraLength), 0);
+  Resize(data, data->length + static_cast<size_t>(extraLength), "CFDataIncreaseLength");
 }
 
 void CFDataAppendBytes(CFMutableDataRef theData, const UInt8* bytes, CFIndex length) {
   __CFData* data = Mutable(theData, "CFDataAppendBytes");
   if (!data || length <= 0 || !bytes) return;
-  // The bytes may lie inside the buffer itself, which growing it would move.
-  std::vector<UInt8> appended(bytes, bytes + length);
-  data->bytes.insert(data->bytes.end(), appended.begin(), appended.end());
+  // The bytes may lie inside the buffer itself, which growing it may move: they are found
+  // again by their offset.
+  bool inside = PointsInto(data, bytes);
+  size_t offset = inside ? static_cast<size_t>(bytes - data->bytes) : 0;
+  Reserve(data, data->length + static_cast<size_t>(length), "CFDataAppendBytes");
+  if (inside) bytes = data->bytes + offset;
+  std::memmove(data->bytes + data->length, bytes, static_cast<size_t>(length));
+  data->length += static_cast<size_t>(length);
 }
 
 void CFDataReplaceBytes(CFMutableDataRef theData, CFRange range, const UInt8* newBytes, CFIndex newLength) {
@@ -167,17 +240,23 @@ void CFDataReplaceBytes(CFMutableDataRef theData, CFRange range, const UInt8* ne
   } else {
     replacement.assign(static_cast<size_t>(newLength), 0);
   }
-  auto first = data->bytes.begin() + range.location;
-  data->bytes.erase(first, first + range.length);
-  data->bytes.insert(data->bytes.begin() + range.location, replacement.begin(), replacement.end());
+  size_t location = static_cast<size_t>(range.location);
+  size_t tail = data->length - location - static_cast<size_t>(range.length);
+  size_t length = location + replacement.size() + tail;
+  Reserve(data, length, "CFDataReplaceBytes");
+  std::memmove(data->bytes + location + replacement.size(), data->bytes + location + range.length, tail);
+  if (!replacement.empty()) std::memcpy(data->bytes + location, replacement.data(), replacement.size());
+  data->length = length;
 }
 
 void CFDataDeleteBytes(CFMutableDataRef theData, CFRange range) {
   __CFData* data = Mutable(theData, "CFDataDeleteBytes");
   if (!data) return;
   if (!IsRangeValid(data, range)) HaltOnRange("CFDataDeleteBytes", range, data);
-  auto first = data->bytes.begin() + range.location;
-  data->bytes.erase(first, first + range.length);
+  size_t location = static_cast<size_t>(range.location);
+  size_t tail = data->length - location - static_cast<size_t>(range.length);
+  std::memmove(data->bytes + location, data->bytes + location + range.length, tail);
+  data->length -= static_cast<size_t>(range.length);
 }
 
 }  // extern "C"
