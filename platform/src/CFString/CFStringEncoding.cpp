@@ -16,6 +16,7 @@
 #include <string>
 #include <utility>
 
+#include "CFString/AsciiText.h"
 #include "CFString/StringImpl.h"
 
 namespace {
@@ -197,6 +198,29 @@ UInt32 ReadUnit32(const UInt8* p, bool bigEndian) {
                    : (UInt32(p[3]) << 24) | (UInt32(p[2]) << 16) | (UInt32(p[1]) << 8) | p[0];
 }
 
+// Appends the text of a one-byte encoding whose lower half is ASCII: blocks of ASCII bytes are
+// widened as they are, in one pass, and only the other blocks go byte by byte through `upper`,
+// which gives the character of a byte at or above 0x80, or 0 for a byte the encoding leaves
+// undefined (the text is then not valid in it).
+template <typename Upper>
+bool AppendOneByteText(const UInt8* bytes, size_t n, std::u16string* out, Upper upper) {
+  zrp::ReserveChars(out, n);
+  char16_t block[zrp::kAsciiBlock];
+  for (size_t i = 0; i < n; i += zrp::kAsciiBlock) {
+    size_t count = std::min(zrp::kAsciiBlock, n - i);
+    if (zrp::WidenBlock(bytes + i, count, block) >= 0x80) {
+      for (size_t k = 0; k < count; ++k) {
+        if (bytes[i + k] < 0x80) continue;
+        char16_t c = upper(bytes[i + k]);
+        if (c == 0) return false;
+        block[k] = c;
+      }
+    }
+    out->append(block, count);
+  }
+  return true;
+}
+
 // Bytes to UTF-16 in the given encoding; false when the bytes are not valid in it.
 bool Decode(const UInt8* bytes, size_t n, Kind kind, bool external, std::u16string* out) {
   switch (kind) {
@@ -204,31 +228,15 @@ bool Decode(const UInt8* bytes, size_t n, Kind kind, bool external, std::u16stri
       if (external && n >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) bytes += 3, n -= 3;
       return zrp::DecodeUTF8(reinterpret_cast<const char*>(bytes), n, out);
     case Kind::kASCII:
-      out->reserve(n);
-      for (size_t i = 0; i < n; ++i) {
-        if (bytes[i] >= 0x80) return false;
-        out->push_back(bytes[i]);
-      }
-      return true;
+      return zrp::AppendAscii(bytes, n, out);
     case Kind::kLatin1:
-      out->assign(bytes, bytes + n);
+      zrp::AppendLatin1(bytes, n, out);
       return true;
     case Kind::kMacRoman:
-      out->reserve(n);
-      for (size_t i = 0; i < n; ++i) out->push_back(bytes[i] < 0x80 ? bytes[i] : kMacRomanHigh[bytes[i] - 0x80]);
-      return true;
+      return AppendOneByteText(bytes, n, out, [](UInt8 b) { return kMacRomanHigh[b - 0x80]; });
     case Kind::kWindowsLatin1:
-      out->reserve(n);
-      for (size_t i = 0; i < n; ++i) {
-        UInt8 b = bytes[i];
-        if (b >= 0x80 && b < 0xA0) {
-          if (kWindowsLatin1C1[b - 0x80] == 0) return false;
-          out->push_back(kWindowsLatin1C1[b - 0x80]);
-        } else {
-          out->push_back(b);
-        }
-      }
-      return true;
+      return AppendOneByteText(
+          bytes, n, out, [](UInt8 b) { return b < 0xA0 ? kWindowsLatin1C1[b - 0x80] : static_cast<char16_t>(b); });
     case Kind::kUTF16Host:
     case Kind::kUTF16BE:
     case Kind::kUTF16LE: {
@@ -423,6 +431,34 @@ int EncodeLossByte(UInt8 lossByte, Kind kind, UInt8* out) {
   }
 }
 
+// The encodings in which each ASCII character is the one byte of its code.
+bool AgreesWithAscii(Kind kind) {
+  return kind == Kind::kUTF8 || kind == Kind::kASCII || kind == Kind::kMacRoman || kind == Kind::kLatin1 ||
+         kind == Kind::kWindowsLatin1;
+}
+
+// The number of ASCII characters at the start of `chars`, at most `limit`. A few are looked at
+// one by one, so that text with few ASCII characters between others costs little; a longer run
+// goes in blocks.
+size_t AsciiPrefix(const char16_t* chars, size_t limit) {
+  constexpr size_t kFirst = 16;
+  constexpr size_t kRun = 64;
+  size_t i = 0;
+  while (i < limit && i < kFirst && chars[i] < 0x80) ++i;
+  if (i < kFirst) return i;
+  for (; i + kRun <= limit; i += kRun) {
+    char16_t high = 0;
+    for (size_t k = 0; k < kRun; ++k) high |= chars[i + k];
+    if (high >= 0x80) break;
+  }
+  while (i < limit && chars[i] < 0x80) ++i;
+  return i;
+}
+
+void Narrow(const char16_t* __restrict chars, size_t count, UInt8* __restrict out) {
+  for (size_t k = 0; k < count; ++k) out[k] = static_cast<UInt8>(chars[k]);
+}
+
 // The conversion behind CFStringGetBytes; returns the number of UTF-16 units converted.
 CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool external, UInt8* buffer,
                     CFIndex maxBufLen, CFIndex* usedBufLen) {
@@ -449,7 +485,19 @@ CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool e
     used = size;
   }
   UInt8 bytes[8];
+  bool asciiAgrees = AgreesWithAscii(kind);
   for (size_t i = 0; i < chars.size();) {
+    if (asciiAgrees) {
+      // A run of ASCII characters, each the one byte of its code, goes in one step.
+      size_t room = chars.size() - i;
+      if (buffer) room = maxBufLen > used ? std::min(room, static_cast<size_t>(maxBufLen - used)) : 0;
+      size_t run = AsciiPrefix(chars.data() + i, room);
+      if (buffer) Narrow(chars.data() + i, run, buffer + used);
+      used += static_cast<CFIndex>(run);
+      converted += static_cast<CFIndex>(run);
+      i += run;
+      if (i == chars.size()) break;
+    }
     int units = 1;
     int count = EncodeOne(chars, i, kind, bytes, &units);
     if (count < 0) {

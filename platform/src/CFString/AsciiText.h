@@ -1,0 +1,113 @@
+// AsciiText.h: the direct paths between bytes and UTF-16 characters for text that is plain
+// ASCII (encoded data, identifiers, paths), shared by the string conversions. Such text may be
+// hundreds of megabytes, so each path makes one pass: it checks the text while it converts it,
+// writes every character once into storage sized once, and touches no byte twice.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "runtime/LargeBlocks.h"
+
+namespace zrp {
+
+// The loops work in blocks of a fixed number of characters, which compilers turn into vector
+// code; a block of characters also fits in the first-level cache on its way into a string.
+constexpr size_t kAsciiBlock = 2048;
+
+inline bool IsAscii(const unsigned char* bytes, size_t length) {
+  unsigned char high = 0;
+  size_t i = 0;
+  for (; i + kAsciiBlock <= length; i += kAsciiBlock) {
+    for (size_t k = 0; k < kAsciiBlock; ++k) high |= bytes[i + k];
+    if (high >= 0x80) return false;
+  }
+  for (; i < length; ++i) high |= bytes[i];
+  return high < 0x80;
+}
+
+inline bool IsAscii(std::u16string_view chars) {
+  char16_t high = 0;
+  size_t i = 0;
+  for (; i + kAsciiBlock <= chars.size(); i += kAsciiBlock) {
+    for (size_t k = 0; k < kAsciiBlock; ++k) high |= chars[i + k];
+    if (high >= 0x80) return false;
+  }
+  for (; i < chars.size(); ++i) high |= chars[i];
+  return high < 0x80;
+}
+
+// Makes room for `more` characters after the string's end, in one allocation, with its pages
+// mapped in for the characters about to be written there.
+inline void ReserveChars(std::u16string* out, size_t more) {
+  out->reserve(out->size() + more);
+  PopulateLargeBlock(out->data() + out->size(), more * sizeof(char16_t));
+}
+
+// Widens one block of bytes into characters; returns the bytes' OR, whose high bit tells
+// whether one of them is not ASCII. (The pointers do not overlap: saying so lets the compiler
+// convert many at a time.)
+inline unsigned char WidenBlock(const unsigned char* __restrict bytes, size_t count, char16_t* __restrict out) {
+  unsigned char high = 0;
+  if (count == kAsciiBlock) {
+    for (size_t k = 0; k < kAsciiBlock; ++k) {
+      high |= bytes[k];
+      out[k] = bytes[k];
+    }
+  } else {
+    for (size_t k = 0; k < count; ++k) {
+      high |= bytes[k];
+      out[k] = bytes[k];
+    }
+  }
+  return high;
+}
+
+// Appends the bytes as characters, one each, when they are all ASCII. Returns false when one
+// is not (the string then holds a part of them, to be thrown away).
+inline bool AppendAscii(const unsigned char* bytes, size_t length, std::u16string* out) {
+  ReserveChars(out, length);
+  char16_t block[kAsciiBlock];
+  for (size_t i = 0; i < length; i += kAsciiBlock) {
+    size_t count = std::min(kAsciiBlock, length - i);
+    if (WidenBlock(bytes + i, count, block) >= 0x80) return false;
+    out->append(block, count);
+  }
+  return true;
+}
+
+// Appends the bytes as the characters of the same codes (ISO Latin 1), one each.
+inline void AppendLatin1(const unsigned char* bytes, size_t length, std::u16string* out) {
+  ReserveChars(out, length);
+  char16_t block[kAsciiBlock];
+  for (size_t i = 0; i < length; i += kAsciiBlock) {
+    size_t count = std::min(kAsciiBlock, length - i);
+    WidenBlock(bytes + i, count, block);
+    out->append(block, count);
+  }
+}
+
+// Writes the characters as bytes, one each, when they are all ASCII. Returns false when one is
+// not (`out` then holds a part of them).
+inline bool NarrowAscii(std::u16string_view chars, unsigned char* __restrict out) {
+  const char16_t* __restrict in = chars.data();
+  size_t length = chars.size();
+  char16_t high = 0;
+  size_t i = 0;
+  for (; i + kAsciiBlock <= length; i += kAsciiBlock) {
+    for (size_t k = 0; k < kAsciiBlock; ++k) {
+      high |= in[i + k];
+      out[i + k] = static_cast<unsigned char>(in[i + k]);
+    }
+    if (high >= 0x80) return false;
+  }
+  for (; i < length; ++i) {
+    high |= in[i];
+    out[i] = static_cast<unsigned char>(in[i]);
+  }
+  return high < 0x80;
+}
+
+}  // namespace zrp
