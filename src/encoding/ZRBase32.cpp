@@ -9,10 +9,10 @@
 
 namespace {
 
-const char canonicalChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
+constexpr char canonicalChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
 
 // Indexed by the character code minus 50 (the digit 2), up to 122 (small z); -1 is invalid.
-const SInt32 charDigits[] = {
+constexpr SInt32 charDigits[] = {
     26, 27, 28, 29, 30, 31, -1, -1, -1, -1, -1, -1, -1, -1, -1,  // 2-7, 8 9 : ; < = > ? @
     0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,  // A-Z
     -1, -1, -1, -1, -1, -1,  // [ \ ] ^ _ `
@@ -20,6 +20,33 @@ const SInt32 charDigits[] = {
 static_assert(sizeof(charDigits) / sizeof(charDigits[0]) == 73);
 
 constexpr int kFirstTableChar = 50;
+
+// The characters of every 10-bit value, two at a time, made from canonicalChars when compiling:
+// a group of 5 bytes takes 4 look-ups.
+struct CharPairs {
+  char pairs[1024][2];
+
+  constexpr CharPairs() : pairs() {
+    for (int value = 0; value < 1024; ++value) {
+      pairs[value][0] = canonicalChars[value >> 5];
+      pairs[value][1] = canonicalChars[value & 31];
+    }
+  }
+};
+constexpr CharPairs kCharPairs;
+
+// The 40 bits of a group of 5 bytes, first byte highest.
+inline uint64_t GroupBits(const UInt8* in) {
+  return (uint64_t{in[0]} << 32) | (uint64_t{in[1]} << 24) | (uint64_t{in[2]} << 16) | (uint64_t{in[3]} << 8) | in[4];
+}
+
+// The 8 characters of a group of 40 bits.
+inline void WriteGroup(uint64_t bits, char* out) {
+  std::memcpy(out, kCharPairs.pairs[(bits >> 30) & 1023], 2);
+  std::memcpy(out + 2, kCharPairs.pairs[(bits >> 20) & 1023], 2);
+  std::memcpy(out + 4, kCharPairs.pairs[(bits >> 10) & 1023], 2);
+  std::memcpy(out + 6, kCharPairs.pairs[bits & 1023], 2);
+}
 
 // The value of one character, or -1. The character is taken as a signed byte, so every code
 // at or above 128 is negative and invalid; codes 123 to 127 lie above the table and are
@@ -29,6 +56,29 @@ inline SInt32 DigitOf(char character) {
   // Out of the table's range, the entry of the digit 8 (offset 6), which is invalid, is read
   // instead: a choice of index rather than a branch, in the innermost loop.
   return charDigits[index < sizeof(charDigits) / sizeof(charDigits[0]) ? index : 6];
+}
+
+// The 10 bits of every pair of characters (the first character's code in the low byte of the
+// index), or -1 when either character is invalid, made from charDigits through DigitOf: a group
+// of 8 characters takes 4 look-ups. At 128 KiB the table is made on first use, in memory that
+// costs nothing until then, rather than carried in the library.
+struct PairDigits {
+  SInt16 values[1 << 16];
+
+  PairDigits() {
+    for (int second = 0; second < 256; ++second) {
+      for (int first = 0; first < 256; ++first) {
+        SInt32 high = DigitOf(static_cast<char>(first));
+        SInt32 low = DigitOf(static_cast<char>(second));
+        values[first | (second << 8)] = static_cast<SInt16>(high < 0 || low < 0 ? -1 : (high << 5) | low);
+      }
+    }
+  }
+};
+
+const SInt16* ThePairDigits() {
+  static const PairDigits table;
+  return table.values;
 }
 
 // Writes the characters of one group of 1 to 5 bytes (missing bytes count as 0): 8 for a
@@ -90,15 +140,19 @@ OSStatus ZRCopyBase32BufferOfBuffer(const void* inBuffer, UInt32 inLength, char*
   const UInt8* in = static_cast<const UInt8*>(inBuffer);
   char* out = *outBase32Buffer;
   size_t remaining = inLength;
+  // Whole groups. While 8 bytes remain, a group is read as 8 bytes at once (the 3 after it are
+  // read again with the next group), which compilers turn into one load.
+  while (remaining >= 8) {
+    uint64_t bits = (uint64_t{in[0]} << 56) | (uint64_t{in[1]} << 48) | (uint64_t{in[2]} << 40) |
+                    (uint64_t{in[3]} << 32) | (uint64_t{in[4]} << 24) | (uint64_t{in[5]} << 16) |
+                    (uint64_t{in[6]} << 8) | in[7];
+    WriteGroup(bits >> 24, out);
+    in += 5;
+    out += 8;
+    remaining -= 5;
+  }
   while (remaining >= 5) {
-    out[0] = canonicalChars[in[0] >> 3];
-    out[1] = canonicalChars[((in[0] & 7) << 2) | (in[1] >> 6)];
-    out[2] = canonicalChars[(in[1] >> 1) & 31];
-    out[3] = canonicalChars[((in[1] & 1) << 4) | (in[2] >> 4)];
-    out[4] = canonicalChars[((in[2] & 15) << 1) | (in[3] >> 7)];
-    out[5] = canonicalChars[(in[3] >> 2) & 31];
-    out[6] = canonicalChars[((in[3] & 3) << 3) | (in[4] >> 5)];
-    out[7] = canonicalChars[in[4] & 31];
+    WriteGroup(GroupBits(in), out);
     in += 5;
     out += 8;
     remaining -= 5;
@@ -124,15 +178,24 @@ OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void** outBuffer
   size_t remaining = textLength;
   // Whole groups whose characters are all valid, the common case, in one step each; a group
   // with an invalid character is left to the loop below, which stops at it.
+  const UInt8* text = reinterpret_cast<const UInt8*>(in);
+  const SInt16* pairDigits = remaining >= 8 ? ThePairDigits() : nullptr;
   while (remaining >= 8) {
-    const SInt32 d[8] = {DigitOf(in[0]), DigitOf(in[1]), DigitOf(in[2]), DigitOf(in[3]),
-                         DigitOf(in[4]), DigitOf(in[5]), DigitOf(in[6]), DigitOf(in[7])};
-    if ((d[0] | d[1] | d[2] | d[3] | d[4] | d[5] | d[6] | d[7]) < 0) break;
-    StoreBytes(d, 8, out);
-    in += 8;
+    const SInt32 v[4] = {pairDigits[text[0] | (text[1] << 8)], pairDigits[text[2] | (text[3] << 8)],
+                         pairDigits[text[4] | (text[5] << 8)], pairDigits[text[6] | (text[7] << 8)]};
+    if ((v[0] | v[1] | v[2] | v[3]) < 0) break;
+    // The 40 bits of the group, first pair highest, then its bytes in order.
+    uint64_t bits = (uint64_t(v[0]) << 30) | (uint64_t(v[1]) << 20) | (uint64_t(v[2]) << 10) | uint64_t(v[3]);
+    out[0] = static_cast<UInt8>(bits >> 32);
+    out[1] = static_cast<UInt8>(bits >> 24);
+    out[2] = static_cast<UInt8>(bits >> 16);
+    out[3] = static_cast<UInt8>(bits >> 8);
+    out[4] = static_cast<UInt8>(bits);
+    text += 8;
     out += 5;
     remaining -= 8;
   }
+  in = reinterpret_cast<const char*>(text);
   while (remaining > 0) {
     size_t count = remaining < 8 ? remaining : 8;
     SInt32 d[8] = {0};
