@@ -6,21 +6,36 @@
 #include <openssl/evp.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-const char canonicalChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
+constexpr char canonicalChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
 
 // Indexed by the character code minus 50 (the digit 2), up to 122 (small z); -1 is invalid.
-const SInt32 charDigits[] = {
+constexpr SInt32 charDigits[] = {
     26, 27, 28, 29, 30, 31, -1, -1, -1, -1, -1, -1, -1, -1, -1,  // 2-7, 8 9 : ; < = > ? @
     0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,  // A-Z
     -1, -1, -1, -1, -1, -1,  // [ \ ] ^ _ `
     0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};  // a-z
 constexpr int kCharDigitCount = sizeof(charDigits) / sizeof(charDigits[0]);
 static_assert(kCharDigitCount == 73);
+
+// The characters of every 10-bit value, two at a time, made from canonicalChars when compiling:
+// a group of 5 bytes takes 4 look-ups.
+struct CharPairs {
+  char pairs[1024][2];
+
+  constexpr CharPairs() : pairs() {
+    for (int value = 0; value < 1024; ++value) {
+      pairs[value][0] = canonicalChars[value >> 5];
+      pairs[value][1] = canonicalChars[value & 31];
+    }
+  }
+};
+constexpr CharPairs kCharPairs;
 
 // Work buffers up to this size live on the stack; larger ones (inputs of any size are
 // accepted) come from the heap, so that a big input cannot overflow the stack.
@@ -60,6 +75,29 @@ inline SInt32 DigitOf(char character) {
   return charDigits[index < static_cast<unsigned int>(kCharDigitCount) ? index : 6];
 }
 
+// The 10 bits of every pair of characters (the first character's code in the low byte of the
+// index), or -1 when either character is invalid, made from charDigits through DigitOf: a group
+// of 8 characters takes 4 look-ups. At 128 KiB the table is made on first use, in memory that
+// costs nothing until then, rather than carried in the library.
+struct PairDigits {
+  SInt16 values[1 << 16];
+
+  PairDigits() {
+    for (int second = 0; second < 256; ++second) {
+      for (int first = 0; first < 256; ++first) {
+        SInt32 high = DigitOf(static_cast<char>(first));
+        SInt32 low = DigitOf(static_cast<char>(second));
+        values[first | (second << 8)] = static_cast<SInt16>(high < 0 || low < 0 ? -1 : (high << 5) | low);
+      }
+    }
+  }
+};
+
+const SInt16* ThePairDigits() {
+  static const PairDigits table;
+  return table.values;
+}
+
 // Sets the bit layout of one group: up to 5 bytes in, up to 8 characters out.
 inline void EncodeGroup(const UInt8* b, size_t charCount, char* out) {
   const int c[8] = {b[0] >> 3,
@@ -71,6 +109,15 @@ inline void EncodeGroup(const UInt8* b, size_t charCount, char* out) {
                     ((b[3] & 3) << 3) | (b[4] >> 5),
                     b[4] & 31};
   for (size_t i = 0; i < charCount; ++i) out[i] = canonicalChars[c[i]];
+}
+
+// Frees a memory object's buffer that the object does not own: its bytes without clearing
+// them, then the buffer itself. (The bytes are those the buffer holds now, in case the memory
+// object had to grow them.)
+void FreeTextBuffer(BUF_MEM* textBuffer) {
+  OPENSSL_free(textBuffer->data);
+  textBuffer->data = nullptr;
+  BUF_MEM_free(textBuffer);
 }
 
 }  // namespace
@@ -88,8 +135,24 @@ NSString* base32String(NSData* self) {
   if (!out) return nil;
 
   size_t remaining = length;
+  // Whole groups, as 40 bits each (first byte highest), 10 bits a look-up. While 8 bytes
+  // remain, a group is read as 8 bytes at once (the 3 after it are read again with the next
+  // group), which compilers turn into one load.
   while (remaining >= 5) {
-    EncodeGroup(bytes, 8, out);
+    uint64_t bits;
+    if (remaining >= 8) {
+      bits = ((uint64_t{bytes[0]} << 56) | (uint64_t{bytes[1]} << 48) | (uint64_t{bytes[2]} << 40) |
+              (uint64_t{bytes[3]} << 32) | (uint64_t{bytes[4]} << 24) | (uint64_t{bytes[5]} << 16) |
+              (uint64_t{bytes[6]} << 8) | bytes[7]) >>
+             24;
+    } else {
+      bits = (uint64_t{bytes[0]} << 32) | (uint64_t{bytes[1]} << 24) | (uint64_t{bytes[2]} << 16) |
+             (uint64_t{bytes[3]} << 8) | bytes[4];
+    }
+    memcpy(out, kCharPairs.pairs[(bits >> 30) & 1023], 2);
+    memcpy(out + 2, kCharPairs.pairs[(bits >> 20) & 1023], 2);
+    memcpy(out + 4, kCharPairs.pairs[(bits >> 10) & 1023], 2);
+    memcpy(out + 6, kCharPairs.pairs[bits & 1023], 2);
     bytes += 5;
     out += 8;
     remaining -= 5;
@@ -120,18 +183,21 @@ NSData* dataWithBase32String(NSString* string) {
   UInt8* out = buffer.bytes();
   if (!out) return nil;
 
-  const char* in = text;
+  const UInt8* in = reinterpret_cast<const UInt8*>(text);
   size_t remaining = textLength;
-  // Whole groups first, each in one step.
+  // Whole groups first, each in one step: the 40 bits of the group (first pair of characters
+  // highest), then its bytes in order.
+  const SInt16* pairDigits = remaining > 8 ? ThePairDigits() : nullptr;
   while (remaining > 8) {
-    const SInt32 d[8] = {DigitOf(in[0]), DigitOf(in[1]), DigitOf(in[2]), DigitOf(in[3]),
-                         DigitOf(in[4]), DigitOf(in[5]), DigitOf(in[6]), DigitOf(in[7])};
-    if ((d[0] | d[1] | d[2] | d[3] | d[4] | d[5] | d[6] | d[7]) < 0) return nil;
-    out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
-    out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-    out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-    out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
-    out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
+    const SInt32 v[4] = {pairDigits[in[0] | (in[1] << 8)], pairDigits[in[2] | (in[3] << 8)],
+                         pairDigits[in[4] | (in[5] << 8)], pairDigits[in[6] | (in[7] << 8)]};
+    if ((v[0] | v[1] | v[2] | v[3]) < 0) return nil;
+    uint64_t bits = (uint64_t(v[0]) << 30) | (uint64_t(v[1]) << 20) | (uint64_t(v[2]) << 10) | uint64_t(v[3]);
+    out[0] = static_cast<UInt8>(bits >> 32);
+    out[1] = static_cast<UInt8>(bits >> 24);
+    out[2] = static_cast<UInt8>(bits >> 16);
+    out[3] = static_cast<UInt8>(bits >> 8);
+    out[4] = static_cast<UInt8>(bits);
     in += 8;
     out += 5;
     remaining -= 8;
@@ -142,7 +208,7 @@ NSData* dataWithBase32String(NSString* string) {
     SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
     SInt32 invalid = 0;
     for (size_t i = 0; i < count; ++i) {
-      d[i] = DigitOf(in[i]);
+      d[i] = DigitOf(static_cast<char>(in[i]));
       invalid |= d[i];
     }
     if (invalid < 0) return nil;
@@ -177,20 +243,27 @@ NSString* base64String(NSData* self) {
   BIO* memory = BIO_new(BIO_s_mem());
   if (!memory) return nil;
   // The text's length is known (4 characters for every 3 bytes or part of them): its buffer
-  // is made at that size at once, so that it is never copied to grow on the way.
+  // is made at that size at once, so that it is never copied to grow on the way. It is made
+  // here rather than by BUF_MEM_grow, which would make it a third larger and write zeros over
+  // it first, and is freed here too (the memory object does not own it), rather than by
+  // BUF_MEM_free, which would write zeros over all of it again before freeing it: the text is
+  // no secret, and at hundreds of megabytes each pass costs as much as the encoding.
   size_t textLength = (length + 2) / 3 * 4;
   BUF_MEM* textBuffer = BUF_MEM_new();
-  // (BUF_MEM_grow answers with the new length, so 0 for empty text is no failure.)
-  if (!textBuffer || (textLength > 0 && BUF_MEM_grow(textBuffer, textLength) != textLength)) {
+  char* textBytes = textBuffer && textLength > 0 ? static_cast<char*>(OPENSSL_malloc(textLength)) : nullptr;
+  if (!textBuffer || (textLength > 0 && !textBytes)) {
     BUF_MEM_free(textBuffer);
     BIO_free_all(memory);
     return nil;
   }
+  textBuffer->data = textBytes;
+  textBuffer->max = textLength;
   textBuffer->length = 0;
-  BIO_set_mem_buf(memory, textBuffer, BIO_CLOSE);
+  BIO_set_mem_buf(memory, textBuffer, BIO_NOCLOSE);
   BIO* base64 = BIO_new(BIO_f_base64());
   if (!base64) {
     BIO_free_all(memory);
+    FreeTextBuffer(textBuffer);
     return nil;
   }
   // One line of text: no newline every 64 characters and none at the end.
@@ -206,6 +279,7 @@ NSString* base64String(NSData* self) {
     if (textLength >= 0) result = ns::stringWithCStringLength(text, static_cast<NSUInteger>(textLength));
   }
   BIO_free_all(chain);
+  FreeTextBuffer(textBuffer);
   return result;
 }
 
