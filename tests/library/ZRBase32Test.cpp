@@ -26,6 +26,36 @@ int DigitValue(int c) {
   return c - '2' + 26;
 }
 
+// The text of the bytes, made one 5-bit value at a time, the plain way.
+std::string ReferenceText(const std::string& bytes) {
+  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
+  std::string text;
+  unsigned bits = 0;
+  int count = 0;
+  for (unsigned char byte : bytes) {
+    bits = ((bits << 8) | byte) & 0xFFFF;
+    for (count += 8; count >= 5; count -= 5) text += kAlphabet[(bits >> (count - 5)) & 31];
+  }
+  if (count > 0) text += kAlphabet[(bits << (5 - count)) & 31];
+  return text;
+}
+
+// The bytes that the first `count` characters of a text complete, one value at a time.
+std::string ReferenceBytes(const std::string& text, size_t count) {
+  std::string bytes;
+  unsigned bits = 0;
+  int have = 0;
+  for (size_t i = 0; i < count; ++i) {
+    bits = ((bits << 5) | static_cast<unsigned>(DigitValue(static_cast<unsigned char>(text[i])))) & 0xFFF;
+    have += 5;
+    if (have >= 8) {
+      bytes += static_cast<char>((bits >> (have - 8)) & 0xFF);
+      have -= 8;
+    }
+  }
+  return bytes;
+}
+
 // RFC 4648 section 10, without the padding.
 const struct {
   const char* bytes;
@@ -379,6 +409,57 @@ TEST_F(Base32Test, CategoryGivesNilWhenAnAllocationFails) {
     EXPECT_TRUE(succeeded);
   }
   EXPECT_TRUE(log_.lines().empty());
+}
+
+// ----- both pairs -----
+
+// Whole groups are read and written several values at a time: the texts of every length must
+// still follow the bit layout, value by value.
+TEST_F(Base32Test, EncodersFollowTheBitLayoutAtEveryLength) {
+  std::mt19937 generator(40);
+  for (size_t n = 1; n <= 64; ++n) {
+    std::string bytes = RandomBytes(n, &generator);
+    std::string text = ReferenceText(bytes);
+    EXPECT_EQ(EncodeC(bytes), text) << n;
+    EXPECT_EQ(Utf8(ZR::base32String(AutoreleasedData(bytes))), text) << n;
+  }
+}
+
+// Whole groups are decoded a pair of characters at a time: every byte value, in every position
+// of both groups of a text, decodes as the character alone would, or ends the decoding there
+// (the C function keeps the bytes that the characters before it complete; the category refuses
+// the text).
+TEST_F(Base32Test, DecodersTakeEveryByteValueInEveryPosition) {
+  const std::string base = EncodeC("foobarbaz!");
+  ASSERT_EQ(base.size(), 16u);
+  // The bytes that 0 to 7 characters of a group complete.
+  const size_t kBytesOfChars[8] = {0, 0, 1, 1, 2, 3, 3, 4};
+  for (size_t position = 0; position < base.size(); ++position) {
+    for (int v = 1; v < 256; ++v) {
+      NSAutoreleasePool pool;
+      std::string text = base;
+      text[position] = static_cast<char>(v);
+      std::string bytes;
+      ASSERT_EQ(DecodeC(text, &bytes), noErr) << position << " " << v;
+      ASSERT_EQ(bytes.size(), 10u);
+      size_t valid = InAlphabet(v) ? text.size() : position;
+      size_t complete = valid / 8 * 5 + kBytesOfChars[valid % 8];
+      ASSERT_EQ(bytes.substr(0, complete), ReferenceBytes(text, valid)) << position << " " << v;
+
+      CFStringRef string =
+          CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
+                                  static_cast<CFIndex>(text.size()), kCFStringEncodingISOLatin1, false);
+      ASSERT_NE(string, nullptr);
+      NSData* data = ZR::dataWithBase32String(const_cast<NSString*>(string));
+      CFRelease(string);
+      if (InAlphabet(v)) {
+        ASSERT_NE(data, nil) << position << " " << v;
+        ASSERT_EQ(Bytes(data), bytes) << position << " " << v;
+      } else {
+        ASSERT_EQ(data, nil) << position << " " << v;
+      }
+    }
+  }
 }
 
 }  // namespace
