@@ -282,6 +282,59 @@ TEST(CFStringEncoding, GetBytesStopsAtTheFirstUnconvertibleCharacterOrFullBuffer
   CFRelease(text);
 }
 
+// Runs of ASCII between other characters, as most text has them, some long enough to be taken
+// in blocks: every buffer size stops the conversion after the last whole character that fits,
+// in each encoding that writes ASCII as one byte, and converting and creating agree.
+TEST(CFStringEncoding, GetBytesFillsEveryBufferSizeInLongMixedText) {
+  struct Form {
+    CFStringEncoding encoding;
+    std::string eAcute, euro;  // the bytes of e acute and of the euro sign ("?", the loss byte, when absent)
+  };
+  const Form kForms[] = {{kCFStringEncodingUTF8, "\xc3\xa9", "\xe2\x82\xac"},
+                         {kCFStringEncodingMacRoman, "\x8e", "\xdb"},
+                         {kCFStringEncodingISOLatin1, "\xe9", "?"},
+                         {kCFStringEncodingWindowsLatin1, "\xe9", "\x80"},
+                         {kCFStringEncodingASCII, "?", "?"}};
+  std::u16string chars;
+  for (size_t run : {1, 15, 16, 17, 63, 64, 65, 80, 130}) {
+    for (size_t i = 0; i < run; ++i) chars += static_cast<char16_t>(u'a' + (chars.size() % 26));
+    chars += run % 2 ? u'\u00e9' : u'\u20ac';
+  }
+  chars += u"tail";
+  CFStringRef text = MakeUnits(chars);
+  CFIndex length = CFStringGetLength(text);
+  for (const Form& form : kForms) {
+    // The bytes of each character.
+    std::vector<std::string> pieces;
+    for (char16_t c : chars)
+      pieces.push_back(c == u'\u00e9'   ? form.eAcute
+                       : c == u'\u20ac' ? form.euro
+                                        : std::string(1, static_cast<char>(c)));
+    std::string all;
+    for (const std::string& piece : pieces) all += piece;
+    for (size_t size = 0; size <= all.size() + 1; ++size) {
+      std::vector<UInt8> buffer(size + 1, 0xEE);
+      CFIndex used = -1;
+      CFIndex converted = CFStringGetBytes(text, CFRangeMake(0, length), form.encoding, '?', false, buffer.data(),
+                                           static_cast<CFIndex>(size), &used);
+      size_t fitting = 0, bytes = 0;
+      while (fitting < pieces.size() && bytes + pieces[fitting].size() <= size) bytes += pieces[fitting++].size();
+      ASSERT_EQ(converted, static_cast<CFIndex>(fitting)) << form.encoding << " " << size;
+      ASSERT_EQ(used, static_cast<CFIndex>(bytes)) << form.encoding << " " << size;
+      ASSERT_EQ(std::string(buffer.begin(), buffer.begin() + static_cast<long>(bytes)), all.substr(0, bytes));
+      // Nothing is written past the bytes used.
+      ASSERT_EQ(buffer[bytes], 0xEE) << form.encoding << " " << size;
+    }
+    if (form.encoding != kCFStringEncodingASCII && form.encoding != kCFStringEncodingISOLatin1) {
+      CFStringRef decoded = Decode(Bytes(all.begin(), all.end()), form.encoding);
+      ASSERT_NE(decoded, nullptr) << form.encoding;
+      EXPECT_EQ(Units(decoded), chars) << form.encoding;
+      CFRelease(decoded);
+    }
+  }
+  CFRelease(text);
+}
+
 TEST(CFStringEncoding, MaximumSizes) {
   EXPECT_EQ(CFStringGetMaximumSizeForEncoding(10, kCFStringEncodingUTF8), 30);
   EXPECT_EQ(CFStringGetMaximumSizeForEncoding(10, kCFStringEncodingUTF16), 20);
