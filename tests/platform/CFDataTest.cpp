@@ -4,6 +4,7 @@
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -135,6 +136,40 @@ TEST_F(CFDataTest, AppendGrowsAndAcceptsItsOwnBytes) {
   CFDataAppendBytes(data, nullptr, 0);
   CFDataAppendBytes(data, kFive, 0);
   EXPECT_EQ(CFDataGetLength(data), 2000);
+  CFRelease(data);
+}
+
+// Data of many megabytes, as encoded files make it: built by small appends, set to a length
+// at once, copied, and appended to itself, every byte stays where it belongs.
+TEST_F(CFDataTest, LargeDataKeepsEveryByte) {
+  std::vector<UInt8> expected;
+  CFMutableDataRef data = CFDataCreateMutable(nullptr, 0);
+  UInt32 state = 1;
+  while (expected.size() < (size_t{12} << 20)) {
+    UInt8 piece[1000];
+    size_t count = 1 + expected.size() % 997;
+    for (size_t i = 0; i < count; ++i) piece[i] = static_cast<UInt8>((state = state * 1103515245 + 12345) >> 16);
+    CFDataAppendBytes(data, piece, static_cast<CFIndex>(count));
+    expected.insert(expected.end(), piece, piece + count);
+  }
+  ASSERT_TRUE(Bytes(data) == expected);
+  CFDataRef copy = CFDataCreateCopy(nullptr, data);
+  EXPECT_TRUE(Bytes(copy) == expected);
+  CFDataRef made = CFDataCreate(nullptr, expected.data(), static_cast<CFIndex>(expected.size()));
+  EXPECT_TRUE(Bytes(made) == expected);
+  EXPECT_TRUE(CFEqual(made, data));
+  CFDataAppendBytes(data, CFDataGetBytePtr(data), CFDataGetLength(data));
+  expected.insert(expected.end(), expected.begin(), expected.end());
+  EXPECT_TRUE(Bytes(data) == expected);
+
+  CFMutableDataRef zeros = CFDataCreateMutable(nullptr, 0);
+  CFDataSetLength(zeros, CFIndex{16} << 20);
+  std::vector<UInt8> bytes = Bytes(zeros);
+  EXPECT_EQ(bytes.size(), size_t{16} << 20);
+  EXPECT_TRUE(std::all_of(bytes.begin(), bytes.end(), [](UInt8 b) { return b == 0; }));
+  CFRelease(zeros);
+  CFRelease(made);
+  CFRelease(copy);
   CFRelease(data);
 }
 
