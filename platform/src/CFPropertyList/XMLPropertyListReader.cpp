@@ -33,16 +33,6 @@ std::string_view Trim(std::string_view text) {
   return text;
 }
 
-void AppendCodePoint(char32_t code, std::u16string* out) {
-  if (code >= 0x10000) {
-    code -= 0x10000;
-    out->push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-    out->push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-  } else {
-    out->push_back(static_cast<char16_t>(code));
-  }
-}
-
 // Decodes one character reference, the text between '&' and ';'.
 bool DecodeReference(std::string_view name, std::u16string* out) {
   if (name == "amp") {

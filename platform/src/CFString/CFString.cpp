@@ -71,13 +71,7 @@ bool DecodeUTF8(const char* bytes, size_t length, std::u16string* out) {
       code = (code << 6) | (p[i] & 0x3F);
     }
     if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
-    if (code >= 0x10000) {
-      code -= 0x10000;
-      out->push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-      out->push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-    } else {
-      out->push_back(static_cast<char16_t>(code));
-    }
+    AppendCodePoint(code, out);
     p += extra + 1;
   }
   return true;

@@ -114,22 +114,13 @@ const UNormalizer2* Normalizer(bool compatibility) {
   return U_SUCCESS(error) ? normalizer : nullptr;
 }
 
-void AppendCodePoint(UChar32 c, std::u16string* out) {
-  if (c >= 0x10000) {
-    out->push_back(static_cast<char16_t>(U16_LEAD(c)));
-    out->push_back(static_cast<char16_t>(U16_TRAIL(c)));
-  } else {
-    out->push_back(static_cast<char16_t>(c));
-  }
-}
-
 // The transformed form of one code point under the folding options: full-width and
 // half-width forms to their ordinary ones, case folded, decomposed, combining marks dropped.
 // Characters compare equal under the options exactly when their forms are equal.
 void AppendFolded(UChar32 c, CFStringCompareFlags options, std::u16string* out) {
   UChar buffer[32];
   std::u16string pieces;
-  AppendCodePoint(c, &pieces);
+  zrp::AppendCodePoint(static_cast<char32_t>(c), &pieces);
   if (options & kCFCompareWidthInsensitive) {
     int type = u_getIntPropertyValue(c, UCHAR_DECOMPOSITION_TYPE);
     if (type == U_DT_WIDE || type == U_DT_NARROW) {
@@ -154,7 +145,7 @@ void AppendFolded(UChar32 c, CFStringCompareFlags options, std::u16string* out) 
       if (U_SUCCESS(error) && length > 0) {
         decomposed.append(buffer, buffer + length);
       } else {
-        AppendCodePoint(piece, &decomposed);
+        zrp::AppendCodePoint(static_cast<char32_t>(piece), &decomposed);
       }
     }
     pieces = std::move(decomposed);
@@ -163,7 +154,7 @@ void AppendFolded(UChar32 c, CFStringCompareFlags options, std::u16string* out) 
     for (size_t k = 0; k < pieces.size();) {
       UChar32 piece;
       U16_NEXT(pieces.data(), k, pieces.size(), piece);
-      if (u_charType(piece) != U_NON_SPACING_MARK) AppendCodePoint(piece, out);
+      if (u_charType(piece) != U_NON_SPACING_MARK) zrp::AppendCodePoint(static_cast<char32_t>(piece), out);
     }
     return;
   }

@@ -133,16 +133,6 @@ const ReverseTable& WindowsLatin1Reverse() {
 bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-void AppendCodePoint(char32_t code, std::u16string* out) {
-  if (code >= 0x10000) {
-    code -= 0x10000;
-    out->push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-    out->push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-  } else {
-    out->push_back(static_cast<char16_t>(code));
-  }
-}
-
 int HexValue(unsigned char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -273,7 +263,7 @@ bool Decode(const UInt8* bytes, size_t n, Kind kind, bool external, std::u16stri
       for (size_t i = 0; i < n; i += 4) {
         UInt32 code = ReadUnit32(bytes + i, bigEndian);
         if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
-        AppendCodePoint(code, out);
+        zrp::AppendCodePoint(code, out);
       }
       return true;
     }

@@ -65,6 +65,17 @@ inline std::u16string_view View(CFStringRef string) { return string->chars; }
 // does) when the string is not mutable.
 CFMutableStringRef CheckMutable(CFMutableStringRef string, const char* function);
 
+// Appends one code point as UTF-16: a surrogate pair above U+FFFF, else one unit.
+inline void AppendCodePoint(char32_t code, std::u16string* out) {
+  if (code >= 0x10000) {
+    code -= 0x10000;
+    out->push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
+    out->push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
+  } else {
+    out->push_back(static_cast<char16_t>(code));
+  }
+}
+
 // Strict UTF-8 to UTF-16: false on any malformed sequence, overlong form or surrogate.
 bool DecodeUTF8(const char* bytes, size_t length, std::u16string* out);
 // UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
