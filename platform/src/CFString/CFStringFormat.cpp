@@ -174,6 +174,26 @@ constexpr HexPairs kUpperHexPairs(true);
 using SingleAppender = void (*)(std::u16string* out, const Spec& spec, va_list* arguments);
 SingleAppender SingleIntegerAppender(const Spec& spec, ArgType type);
 
+// The bit of a flag character ("-+ #0'"), 0 for any other character.
+uint8_t FlagOf(char16_t c) {
+  switch (c) {
+    case u'-':
+      return kMinus;
+    case u'+':
+      return kPlus;
+    case u' ':
+      return kSpace;
+    case u'#':
+      return kHash;
+    case u'0':
+      return kZero;
+    case u'\'':
+      return kQuote;
+    default:
+      return 0;
+  }
+}
+
 void Parse(std::u16string_view text, ParsedFormat* parsed) {
   int nextArg = 0;
   size_t literalStart = 0;
@@ -196,35 +216,11 @@ void Parse(std::u16string_view text, ParsedFormat* parsed) {
     Spec spec;
     spec.start = static_cast<uint32_t>(specStart);
     int position = ReadPosition(text, &i);
-    for (bool more = true; more && i < text.size();) {
-      switch (text[i]) {
-        case u'-':
-          spec.flags |= kMinus;
-          ++i;
-          break;
-        case u'+':
-          spec.flags |= kPlus;
-          ++i;
-          break;
-        case u' ':
-          spec.flags |= kSpace;
-          ++i;
-          break;
-        case u'#':
-          spec.flags |= kHash;
-          ++i;
-          break;
-        case u'0':
-          spec.flags |= kZero;
-          ++i;
-          break;
-        case u'\'':
-          spec.flags |= kQuote;
-          ++i;
-          break;
-        default:
-          more = false;
-      }
+    while (i < text.size()) {
+      uint8_t flag = FlagOf(text[i]);
+      if (!flag) break;
+      spec.flags |= flag;
+      ++i;
     }
     if (i < text.size() && text[i] == u'*') {
       ++i;
