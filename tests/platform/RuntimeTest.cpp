@@ -177,6 +177,18 @@ TEST(Runtime, CopyDescription) {
   CFRelease(text);
 }
 
+// Kinds without a description of their own print their class name and address, the runtime's
+// default form.
+TEST(Runtime, DefaultDescriptionNamesTheClassAndAddress) {
+  CFLocaleRef locale = CFLocaleCreate(nullptr, CFSTR("de_DE"));
+  ASSERT_NE(locale, nullptr);
+  std::string prefix = "<CFLocale " + zrtest::Pointer(locale) + " [";
+  std::string description = Description(locale);
+  EXPECT_EQ(description.compare(0, prefix.size(), prefix), 0) << description;
+  EXPECT_EQ(description.back(), '>') << description;
+  CFRelease(locale);
+}
+
 TEST(Runtime, NullObject) {
   EXPECT_NE(kCFNull, nullptr);
   EXPECT_EQ(CFGetTypeID(kCFNull), CFNullGetTypeID());
