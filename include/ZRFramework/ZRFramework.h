@@ -169,8 +169,8 @@ ZR_EXPORT OSStatus ZRRemoveCharactersFromStringRef(CFStringRef inStringRef, CFSt
                                                    Boolean inLog);
 // Words separated by single spaces (U+0020 only). A final word of one unit is dropped, so
 // "a b" gives "a" and "x" fails; a string of spaces fails with unknownErr.
-ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFStringRef inStringRef, CFStringRef* outStringRef,
-                                                                        Boolean inLog);
+ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFStringRef inStringRef,
+                                                                        CFStringRef* outStringRef, Boolean inLog);
 // A number read from text: "3/4" is 0.75, "7,5" is 7.5, else strtod. inDefaultValue only for NULL.
 ZR_EXPORT double ZRGetDoubleOfStringBuffer(const char* inStringBuffer, double inDefaultValue);
 // ZRGetDoubleOfStringBuffer of the string's UTF-8 form; inDefaultValue for NULL or a failed conversion.

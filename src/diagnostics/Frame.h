@@ -29,13 +29,12 @@ class ScopeGuard {
 
 // ZR_LOG_ERROR(inLog, CFSTR("format"), arguments...): the ERROR line of the enclosing exported
 // function, with its own name and this source line, written only when inLog is true.
-#define ZR_LOG_ERROR(inLog, ...)                                                \
-  do {                                                                          \
-    if (inLog) ::zr::internal::LogError(__func__, __LINE__, __VA_ARGS__);       \
+#define ZR_LOG_ERROR(inLog, ...)                                          \
+  do {                                                                    \
+    if (inLog) ::zr::internal::LogError(__func__, __LINE__, __VA_ARGS__); \
   } while (0)
 
 #define ZR_CONCAT_INNER(a, b) a##b
 #define ZR_CONCAT(a, b) ZR_CONCAT_INNER(a, b)
 // ZR_CLEANUP { ZRDestroyStringRef(&local); free(buffer); };  runs the block when the scope ends.
-#define ZR_CLEANUP                                                                     \
-  ::zr::internal::ScopeGuard ZR_CONCAT(zrCleanup, __LINE__) = [&]() noexcept -> void
+#define ZR_CLEANUP ::zr::internal::ScopeGuard ZR_CONCAT(zrCleanup, __LINE__) = [&]() noexcept -> void

@@ -21,7 +21,8 @@ OSStatus ZRCopyCarbonErrorStringRef(OSStatus inStatus, CFStringRef* outStringRef
   CFStringRef string = NULL;
   switch (inStatus) {
     case stopErr:
-      string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, stopErr, operation was stopped"), inStatus);
+      string =
+          CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, stopErr, operation was stopped"), inStatus);
       break;
     case superLockedErr:
       string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL,
@@ -41,12 +42,13 @@ OSStatus ZRCopyCarbonErrorStringRef(OSStatus inStatus, CFStringRef* outStringRef
       bool hasName = name[0] != '\0';
       bool hasComment = commentLength > 0;
       if (hasName && hasComment) {
-        string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %s, %.*s"), inStatus, name, commentLength,
-                                          comment);
+        string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %s, %.*s"), inStatus, name,
+                                          commentLength, comment);
       } else if (hasName) {
         string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %s"), inStatus, name);
       } else if (hasComment) {
-        string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %.*s"), inStatus, commentLength, comment);
+        string =
+            CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i, %.*s"), inStatus, commentLength, comment);
       } else {
         string = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%i"), inStatus);
       }

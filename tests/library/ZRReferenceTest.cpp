@@ -79,16 +79,12 @@ void CheckAssign(void (*assign)(Ref*, Ref*)) {
 int gDestroyMembers = 0;
 int gAssignMembers = 0;
 
-#define CHECK_DESTROY(Kind, Type)             \
-  TEST(ZRDestroyTest, Kind) {                 \
-    CheckDestroy<Type>(&ZRDestroy##Kind##Ref); \
-  }                                           \
+#define CHECK_DESTROY(Kind, Type)                                          \
+  TEST(ZRDestroyTest, Kind) { CheckDestroy<Type>(&ZRDestroy##Kind##Ref); } \
   const int kDestroy##Kind = ++gDestroyMembers;
-#define CHECK_DESTROY_ASSIGN(Kind, Type)      \
-  CHECK_DESTROY(Kind, Type)                   \
-  TEST(ZRAssignTest, Kind) {                  \
-    CheckAssign<Type>(&ZRAssign##Kind##Ref);  \
-  }                                           \
+#define CHECK_DESTROY_ASSIGN(Kind, Type)                                \
+  CHECK_DESTROY(Kind, Type)                                             \
+  TEST(ZRAssignTest, Kind) { CheckAssign<Type>(&ZRAssign##Kind##Ref); } \
   const int kAssign##Kind = ++gAssignMembers;
 
 CHECK_DESTROY_ASSIGN(UUID, CFUUIDRef)

@@ -14,8 +14,9 @@ TEST(NSLogTest, WritesOneTimestampedLineWithProcessAndThread) {
   testing::internal::CaptureStderr();
   NSLog(const_cast<NSString*>(CFSTR("ERROR %@ (%s,%i)")), CFSTR("message text"), "Function", 42);
   std::string output = testing::internal::GetCapturedStderr();
-  std::regex form("^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} NSLogTest\\[([0-9]+):([0-9]+)\\] "
-                  "ERROR message text \\(Function,42\\)\n$");
+  std::regex form(
+      "^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} NSLogTest\\[([0-9]+):([0-9]+)\\] "
+      "ERROR message text \\(Function,42\\)\n$");
   std::smatch match;
   ASSERT_TRUE(std::regex_match(output, match, form)) << output;
   EXPECT_EQ(std::stol(match[1].str()), static_cast<long>(getpid()));

@@ -1,10 +1,10 @@
 // FormatCommands.cpp: `zr size`, `zr number` and `zr remaining`: byte counts, numbers and
 // remaining times as the text the library shows a user, in the current locale.
 #include <ZRFramework/ZRFramework.h>
+#include <strings.h>
 
 #include <climits>
 #include <cstdio>
-#include <strings.h>
 
 #include "Command.h"
 

@@ -48,11 +48,7 @@ static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
 }
 
 typedef CFIndex CFComparisonResult;
-enum {
-  kCFCompareLessThan = -1L,
-  kCFCompareEqualTo = 0,
-  kCFCompareGreaterThan = 1
-};
+enum { kCFCompareLessThan = -1L, kCFCompareEqualTo = 0, kCFCompareGreaterThan = 1 };
 
 typedef CFComparisonResult (*CFComparatorFunction)(const void* val1, const void* val2, void* context);
 

@@ -15,18 +15,15 @@ enum {
 };
 
 typedef CFIndex CFPropertyListFormat;
-enum {
-  kCFPropertyListOpenStepFormat = 1,
-  kCFPropertyListXMLFormat_v1_0 = 100,
-  kCFPropertyListBinaryFormat_v1_0 = 200
-};
+enum { kCFPropertyListOpenStepFormat = 1, kCFPropertyListXMLFormat_v1_0 = 100, kCFPropertyListBinaryFormat_v1_0 = 200 };
 
 typedef struct __CFError* CFErrorRef;
 
 // Reads an XML or binary property list. Returns NULL on malformed input; *error, when given,
 // receives NULL (error objects are not made by this host).
-CF_EXPORT CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data, CFOptionFlags options,
-                                                        CFPropertyListFormat* format, CFErrorRef* error);
+CF_EXPORT CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data,
+                                                         CFOptionFlags options, CFPropertyListFormat* format,
+                                                         CFErrorRef* error);
 // Writes the XML form byte for byte as the platform writes it; other formats give NULL.
 CF_EXPORT CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator, CFPropertyListRef propertyList,
                                              CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);

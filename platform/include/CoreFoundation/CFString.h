@@ -59,10 +59,12 @@ CF_EXPORT CFMutableStringRef CFStringCreateMutable(CFAllocatorRef alloc, CFIndex
 CF_EXPORT CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef alloc, CFIndex maxLength, CFStringRef theString);
 
 // Formatting: every printf conversion, plus %@ (the object's description) and %C (a UniChar).
-CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format, ...);
+CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format,
+                                               ...);
 CF_EXPORT CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                                            CFStringRef format, va_list arguments);
-CF_EXPORT void CFStringAppendFormat(CFMutableStringRef theString, CFDictionaryRef formatOptions, CFStringRef format, ...);
+CF_EXPORT void CFStringAppendFormat(CFMutableStringRef theString, CFDictionaryRef formatOptions, CFStringRef format,
+                                    ...);
 CF_EXPORT void CFStringAppendFormatAndArguments(CFMutableStringRef theString, CFDictionaryRef formatOptions,
                                                 CFStringRef format, va_list arguments);
 
@@ -71,22 +73,26 @@ CF_EXPORT CFIndex CFStringGetLength(CFStringRef theString);
 CF_EXPORT UniChar CFStringGetCharacterAtIndex(CFStringRef theString, CFIndex idx);
 CF_EXPORT void CFStringGetCharacters(CFStringRef theString, CFRange range, UniChar* buffer);
 CF_EXPORT CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
-CF_EXPORT Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize, CFStringEncoding encoding);
+CF_EXPORT Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize,
+                                     CFStringEncoding encoding);
 CF_EXPORT const char* CFStringGetCStringPtr(CFStringRef theString, CFStringEncoding encoding);
 CF_EXPORT const UniChar* CFStringGetCharactersPtr(CFStringRef theString);
 CF_EXPORT CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
-                                   Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen);
+                                   Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen,
+                                   CFIndex* usedBufLen);
 CF_EXPORT CFStringEncoding CFStringGetSystemEncoding(void);
 CF_EXPORT Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding);
 CF_EXPORT SInt32 CFStringGetIntValue(CFStringRef str);
 CF_EXPORT double CFStringGetDoubleValue(CFStringRef str);
 
 // Comparison and search.
-CF_EXPORT CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2, CFStringCompareFlags compareOptions);
-CF_EXPORT CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRef theString2, CFRange rangeToCompare,
-                                                        CFStringCompareFlags compareOptions);
+CF_EXPORT CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2,
+                                             CFStringCompareFlags compareOptions);
+CF_EXPORT CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRef theString2,
+                                                        CFRange rangeToCompare, CFStringCompareFlags compareOptions);
 CF_EXPORT CFComparisonResult CFStringCompareWithOptionsAndLocale(CFStringRef theString1, CFStringRef theString2,
-                                                                 CFRange rangeToCompare, CFStringCompareFlags compareOptions,
+                                                                 CFRange rangeToCompare,
+                                                                 CFStringCompareFlags compareOptions,
                                                                  CFLocaleRef locale);
 CF_EXPORT CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions);
 CF_EXPORT Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
@@ -102,8 +108,9 @@ CF_EXPORT void CFStringInsert(CFMutableStringRef str, CFIndex idx, CFStringRef i
 CF_EXPORT void CFStringDelete(CFMutableStringRef theString, CFRange range);
 CF_EXPORT void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement);
 CF_EXPORT void CFStringReplaceAll(CFMutableStringRef theString, CFStringRef replacement);
-CF_EXPORT CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind, CFStringRef replacementString,
-                                         CFRange rangeToSearch, CFStringCompareFlags compareOptions);
+CF_EXPORT CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind,
+                                         CFStringRef replacementString, CFRange rangeToSearch,
+                                         CFStringCompareFlags compareOptions);
 CF_EXPORT void CFStringUppercase(CFMutableStringRef theString, CFLocaleRef locale);
 CF_EXPORT void CFStringLowercase(CFMutableStringRef theString, CFLocaleRef locale);
 

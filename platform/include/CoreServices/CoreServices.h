@@ -2,7 +2,7 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <CoreServices/MacErrors.h>
 #include <CoreServices/Debugging.h>
+#include <CoreServices/MacErrors.h>
 #include <CoreServices/MacMemory.h>
 #include <CoreServices/Metadata.h>

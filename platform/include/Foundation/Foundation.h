@@ -2,7 +2,7 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <Foundation/NSObjCRuntime.h>
 #include <Foundation/NSAutoreleasePool.h>
 #include <Foundation/NSData.h>
+#include <Foundation/NSObjCRuntime.h>
 #include <Foundation/NSString.h>

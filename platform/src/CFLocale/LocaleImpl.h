@@ -11,7 +11,9 @@
 struct __CFLocale final : zrp::Object {
   explicit __CFLocale(std::string icuIdentifier) : Object(zrp::kTypeIDLocale), identifier(std::move(icuIdentifier)) {}
 
-  bool equal(const Object& other) const override { return identifier == static_cast<const __CFLocale&>(other).identifier; }
+  bool equal(const Object& other) const override {
+    return identifier == static_cast<const __CFLocale&>(other).identifier;
+  }
   CFHashCode hash() const override { return std::hash<std::string>()(identifier); }
 
   // The ICU locale identifier ("en_US", "de_DE", "de"), the form ICU services take directly.

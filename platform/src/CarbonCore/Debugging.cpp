@@ -6,13 +6,12 @@
 #include <ZRPlatform/Testing.h>
 #include <string.h>
 
-#include <map>
-#include <mutex>
-#include <string>
-
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <map>
+#include <mutex>
+#include <string>
 
 namespace {
 

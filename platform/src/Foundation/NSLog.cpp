@@ -2,7 +2,6 @@
 // standard error and to syslog, and the log-capture seam that tests use instead.
 #include <Foundation/NSObjCRuntime.h>
 #include <ZRPlatform/Testing.h>
-
 #include <errno.h>
 #include <sys/syscall.h>
 #include <syslog.h>

@@ -1,7 +1,5 @@
 // Runtime.cpp: reference counting, type identifiers, equality, hashing, descriptions,
 // allocators, CFNull, and the allocation seam used by tests.
-#include "runtime/Object.h"
-
 #include <CoreFoundation/CFString.h>
 #include <ZRPlatform/Testing.h>
 
@@ -11,6 +9,8 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "runtime/Object.h"
 
 namespace zrp {
 namespace {
@@ -26,9 +26,8 @@ std::vector<std::string>& DynamicTypeNames() {
 }
 
 const char* const kBuiltinTypeNames[] = {
-    nullptr,     "CFNull",  "CFBoolean", "CFNumber", "CFString",          "CFData",           "CFArray",
-    "CFDictionary", "CFDate", "CFLocale", "CFNumberFormatter", "CFBundle", "CFAttributedString", "CFURL",
-    "NSFont"};
+    nullptr,  "CFNull",   "CFBoolean",         "CFNumber", "CFString",           "CFData", "CFArray", "CFDictionary",
+    "CFDate", "CFLocale", "CFNumberFormatter", "CFBundle", "CFAttributedString", "CFURL",  "NSFont"};
 
 }  // namespace
 
