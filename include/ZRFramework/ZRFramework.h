@@ -11,6 +11,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>
 #include <Foundation/Foundation.h>
+#include <pthread.h>
 
 #define ZR_EXPORT extern __attribute__((visibility("default")))
 
@@ -200,6 +201,28 @@ ZR_EXPORT OSStatus ZRCopyHandleOfDataRef(CFDataRef inDataRef, Handle* outHandle,
 ZR_EXPORT OSStatus ZRCopyDataRefOfHexStringRef(CFStringRef inHexStringRef, Boolean inLog, CFDataRef* outDataRef);
 // The 20-byte SHA-1 digest of the file. Always returns noErr: failure shows as an empty slot.
 ZR_EXPORT OSStatus ZRCopySHADataRefOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog, CFDataRef* outDataRef);
+
+// ---------------------------------------------------------------------------------------------
+// System and processes: threads, mutexes and conditions
+// ---------------------------------------------------------------------------------------------
+
+// Thin wrappers over POSIX threads with default attributes. Mutexes and conditions live in the
+// caller's storage. A NULL argument fails with paramErr; a failing POSIX call with unknownErr and
+// the text of the error number it returned.
+ZR_EXPORT OSStatus ZRCreateMutex(pthread_mutex_t* outMutex, Boolean inLog);
+ZR_EXPORT OSStatus ZRDestroyMutex(pthread_mutex_t* inMutex, Boolean inLog);
+ZR_EXPORT OSStatus ZRLockMutex(pthread_mutex_t* inMutex, Boolean inLog);
+ZR_EXPORT OSStatus ZRUnlockMutex(pthread_mutex_t* inMutex, Boolean inLog);
+ZR_EXPORT OSStatus ZRCreateMutexCondition(pthread_cond_t* outMutexCondition, Boolean inLog);
+ZR_EXPORT OSStatus ZRDestroyMutexCondition(pthread_cond_t* inMutexCondition, Boolean inLog);
+// Wakes at most one waiter. A failure's message names this function, not pthread_cond_signal.
+ZR_EXPORT OSStatus ZRSignalMutexCondition(pthread_cond_t* inMutexCondition, Boolean inLog);
+// Called with inMutex locked; returns with it locked again. Spurious wake-ups are the caller's.
+ZR_EXPORT OSStatus ZRWaitForMutexCondition(pthread_cond_t* inMutexCondition, pthread_mutex_t* inMutex, Boolean inLog);
+// Starts inThreadCallback(inThreadArgument) on a new detached thread; its identifier goes to
+// *outThread when outThread is not NULL. Failures report the text of errno at that moment.
+ZR_EXPORT OSStatus ZRDetachThread(void* (*inThreadCallback)(void*), void* inThreadArgument, pthread_t* outThread,
+                                  Boolean inLog);
 
 #ifdef __cplusplus
 }  // extern "C"
