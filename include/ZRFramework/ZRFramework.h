@@ -109,6 +109,88 @@ ZR_EXPORT CFDictionaryRef ZRGetDictionaryRefOfTypeRef(CFTypeRef inTypeRef);
 ZR_EXPORT CFArrayRef ZRGetArrayRefOfTypeRef(CFTypeRef inTypeRef);
 
 // ---------------------------------------------------------------------------------------------
+// Object utilities: array accessors
+// ---------------------------------------------------------------------------------------------
+
+// The array must be valid and the index within it; nothing is checked and nothing is logged.
+// Element results are lent, not retained.
+
+// false when the element is not a number; else CFNumberGetValue's answer (true when exact).
+ZR_EXPORT Boolean ZRGetNumberValueAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex, CFNumberType inNumberType,
+                                                    void* outValue);
+// The element as an int (kCFNumberIntType, inexact conversions included) when it is a number,
+// else inDefaultInteger. A Boolean is not a number.
+ZR_EXPORT int ZRGetIntegerAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex, int inDefaultInteger);
+// Appends a new kCFNumberIntType number; false when it could not be made.
+ZR_EXPORT Boolean ZRAppendIntegerToArrayRef(CFMutableArrayRef ioArrayRef, int inInteger);
+// The element when it is of the kind, else NULL.
+ZR_EXPORT CFStringRef ZRGetStringRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
+ZR_EXPORT CFDictionaryRef ZRGetDictionaryRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
+ZR_EXPORT CFArrayRef ZRGetArrayRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
+// The first element of inArrayRef, in its order, that inSearchArrayRef contains (compared with
+// CFEqual), else NULL.
+ZR_EXPORT CFTypeRef ZRGetFirstOccurrenceOfArrayRefInArrayRef(CFArrayRef inArrayRef, CFArrayRef inSearchArrayRef);
+// Appends each string of inAddStringArrayRef that compares unequal (CFStringCompare with
+// inCompareOptions) to every string already in inStringArrayRef, strings added by this call
+// included. paramErr for a NULL array.
+ZR_EXPORT OSStatus ZRAddStringArrayRefToStringArrayRef(CFMutableArrayRef inStringArrayRef,
+                                                       CFArrayRef inAddStringArrayRef,
+                                                       CFStringCompareFlags inCompareOptions, Boolean inLog);
+
+// ---------------------------------------------------------------------------------------------
+// Object utilities: dictionary accessors
+// ---------------------------------------------------------------------------------------------
+
+// Getters never fail and never log: a NULL dictionary or key, a missing value or a value of
+// another type gives the default (or NULL). Numbers of any type are converted, inexactly if need
+// be; a Boolean object is not a number, and a number is not a Boolean. Results are lent.
+ZR_EXPORT int ZRGetIntegerOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                          int inDefaultInteger);
+ZR_EXPORT float ZRGetFloatOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                          float inDefaultFloat);
+ZR_EXPORT double ZRGetDoubleOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                            double inDefaultDouble);
+ZR_EXPORT CFIndex ZRGetCFIndexOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                              CFIndex inDefaultCFIndex);
+ZR_EXPORT Boolean ZRGetBoolOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                           Boolean inDefaultBool);
+ZR_EXPORT CFNumberRef ZRGetNumberRefOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef);
+ZR_EXPORT CFStringRef ZRGetStringRefOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef);
+ZR_EXPORT CFDataRef ZRGetDataRefOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef);
+ZR_EXPORT CFArrayRef ZRGetArrayRefOfDictionaryRef(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef);
+// CFNumberGetValue's answer for the number under the key; false, *outValue untouched, when there
+// is no number there (or any argument is NULL).
+ZR_EXPORT Boolean ZRGetNumberValueOfDictionaryRefIfPresent(CFDictionaryRef inDictionaryRef, CFStringRef inKeyStringRef,
+                                                           CFNumberType inNumberType, void* outValue);
+
+// Setters do nothing for a NULL dictionary or key, and the string, array and object setters
+// nothing for a NULL value (no key is removed). Booleans are kCFBooleanTrue / kCFBooleanFalse.
+ZR_EXPORT void ZRSetBoolOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                        Boolean inBool);
+ZR_EXPORT void ZRSetIntegerOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                           int inInteger);
+ZR_EXPORT void ZRSetFloatOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                         float inFloat);
+ZR_EXPORT void ZRSetDoubleOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                          double inDouble);
+ZR_EXPORT void ZRSetCFIndexOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                           CFIndex inCFIndex);
+ZR_EXPORT void ZRSetStringRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                             CFStringRef inStringRef);
+ZR_EXPORT void ZRSetArrayRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                            CFArrayRef inArrayRef);
+ZR_EXPORT void ZRSetObjectOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                          CFTypeRef inObject);
+// Stores the main bundle's translation of inStringRef (Localizable.strings), or the string
+// itself when it has none.
+ZR_EXPORT void ZRSetLOCStringRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
+                                                CFStringRef inStringRef);
+
+// A new empty mutable dictionary with the standard callbacks for objects; NULL when it cannot be
+// made. Never logs.
+ZR_EXPORT CFMutableDictionaryRef ZRCreateMutableDictionaryRef(void);
+
+// ---------------------------------------------------------------------------------------------
 // Text and formatting: size and number strings
 // ---------------------------------------------------------------------------------------------
 
