@@ -306,6 +306,83 @@ ZR_EXPORT OSStatus ZRWaitForMutexCondition(pthread_cond_t* inMutexCondition, pth
 ZR_EXPORT OSStatus ZRDetachThread(void* (*inThreadCallback)(void*), void* inThreadArgument, pthread_t* outThread,
                                   Boolean inLog);
 
+// ---------------------------------------------------------------------------------------------
+// Files: extended attributes
+// ---------------------------------------------------------------------------------------------
+
+// Values kept in the extended attribute inExtendedAttributeBuffer of the file inPathBuffer,
+// never following a symbolic link (a link's own attribute is meant). The Data forms store and
+// read the bytes as they are; every other form stores an XML property list whose root is the
+// value. A missing attribute gives errFSAttributeNotFound (-1427) and is never logged.
+ZR_EXPORT OSStatus ZRSetExtendedAttributeDataRefOfPathBuffer(const char* inPathBuffer,
+                                                             const char* inExtendedAttributeBuffer, CFDataRef inDataRef,
+                                                             Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributePropertyListRefOfPathBuffer(const char* inPathBuffer,
+                                                                     const char* inExtendedAttributeBuffer,
+                                                                     CFPropertyListRef inPropertyListRef, Boolean inLog);
+// The string, number and Boolean setters store whatever property list they are given.
+ZR_EXPORT OSStatus ZRSetExtendedAttributeStringRefOfPathBuffer(const char* inPathBuffer,
+                                                               const char* inExtendedAttributeBuffer,
+                                                               CFStringRef inStringRef, Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeNumberRefOfPathBuffer(const char* inPathBuffer,
+                                                               const char* inExtendedAttributeBuffer,
+                                                               CFNumberRef inNumberRef, Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeBooleanRefOfPathBuffer(const char* inPathBuffer,
+                                                                const char* inExtendedAttributeBuffer,
+                                                                CFBooleanRef inBooleanRef, Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeNumberValueOfPathBuffer(const char* inPathBuffer,
+                                                                 const char* inExtendedAttributeBuffer,
+                                                                 CFNumberType inNumberType, const void* inNumberValue,
+                                                                 Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeIntegerOfPathBuffer(const char* inPathBuffer,
+                                                             const char* inExtendedAttributeBuffer, int inInteger,
+                                                             Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeFloatOfPathBuffer(const char* inPathBuffer,
+                                                           const char* inExtendedAttributeBuffer, float inFloat,
+                                                           Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeDoubleOfPathBuffer(const char* inPathBuffer,
+                                                            const char* inExtendedAttributeBuffer, double inDouble,
+                                                            Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeCFIndexOfPathBuffer(const char* inPathBuffer,
+                                                             const char* inExtendedAttributeBuffer, CFIndex inCFIndex,
+                                                             Boolean inLog);
+ZR_EXPORT OSStatus ZRSetExtendedAttributeBoolOfPathBuffer(const char* inPathBuffer,
+                                                          const char* inExtendedAttributeBuffer, Boolean inBool,
+                                                          Boolean inLog);
+ZR_EXPORT OSStatus ZRCopyExtendedAttributeDataRefOfPathBuffer(const char* inPathBuffer,
+                                                              const char* inExtendedAttributeBuffer,
+                                                              CFDataRef* outDataRef, Boolean inLog);
+// Every object read back is immutable.
+ZR_EXPORT OSStatus ZRCopyExtendedAttributePropertyListRefOfPathBuffer(const char* inPathBuffer,
+                                                                      const char* inExtendedAttributeBuffer,
+                                                                      CFPropertyListRef* outPropertyListRef,
+                                                                      Boolean inLog);
+// A value of another kind fails with unknownErr.
+ZR_EXPORT OSStatus ZRCopyExtendedAttributeStringRefOfPathBuffer(const char* inPathBuffer,
+                                                                const char* inExtendedAttributeBuffer,
+                                                                CFStringRef* outStringRef, Boolean inLog);
+ZR_EXPORT OSStatus ZRCopyExtendedAttributeNumberRefOfPathBuffer(const char* inPathBuffer,
+                                                                const char* inExtendedAttributeBuffer,
+                                                                CFNumberRef* outNumberRef, Boolean inLog);
+ZR_EXPORT OSStatus ZRCopyExtendedAttributeBooleanRefOfPathBuffer(const char* inPathBuffer,
+                                                                 const char* inExtendedAttributeBuffer,
+                                                                 CFBooleanRef* outBooleanRef, Boolean inLog);
+// The value, or the default when it is missing, unreadable or of another kind (failures other
+// than a missing attribute are logged). A lossy conversion gives CFNumberGetValue's approximation.
+ZR_EXPORT int ZRGetExtendedAttributeIntegerOfPathBuffer(const char* inPathBuffer, const char* inExtendedAttributeBuffer,
+                                                        int inDefaultInteger, Boolean inLog);
+ZR_EXPORT float ZRGetExtendedAttributeFloatOfPathBuffer(const char* inPathBuffer, const char* inExtendedAttributeBuffer,
+                                                        float inDefaultFloat, Boolean inLog);
+ZR_EXPORT double ZRGetExtendedAttributeDoubleOfPathBuffer(const char* inPathBuffer,
+                                                          const char* inExtendedAttributeBuffer, double inDefaultDouble,
+                                                          Boolean inLog);
+ZR_EXPORT CFIndex ZRGetExtendedAttributeCFIndexOfPathBuffer(const char* inPathBuffer,
+                                                            const char* inExtendedAttributeBuffer,
+                                                            CFIndex inDefaultCFIndex, Boolean inLog);
+ZR_EXPORT Boolean ZRGetExtendedAttributeBoolOfPathBuffer(const char* inPathBuffer,
+                                                         const char* inExtendedAttributeBuffer, Boolean inDefaultBool,
+                                                         Boolean inLog);
+
 #ifdef __cplusplus
 }  // extern "C"
 

@@ -2,9 +2,13 @@
 #include "TestSupport.h"
 
 #include <stdlib.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -140,6 +144,34 @@ bool RemoveFolder(const std::string& path) {
   std::error_code error;
   std::filesystem::remove_all(path, error);
   return !error;
+}
+
+std::string UserAttributesUnsupported(const std::string& folder) {
+  std::string probe = folder + "/.attribute-probe";
+  if (!WriteFile(probe, "")) return "cannot write a file in " + folder;
+  std::string reason;
+  if (setxattr(probe.c_str(), "probe", "1", 1, 0, XATTR_NOFOLLOW) != 0) {
+    reason = "the file system of " + folder + " refuses user attributes: " + strerror(errno);
+  }
+  unlink(probe.c_str());
+  return reason;
+}
+
+size_t LargestAttributeValue(const std::string& file, const char* name) {
+  // Values up to `low` fit, `high` does not.
+  size_t low = 0;
+  size_t high = 1 << 24;
+  std::string value(high, 'v');
+  while (high - low > 1) {
+    size_t middle = low + (high - low) / 2;
+    if (setxattr(file.c_str(), name, value.data(), middle, 0, XATTR_NOFOLLOW) == 0) {
+      low = middle;
+    } else {
+      high = middle;
+    }
+  }
+  removexattr(file.c_str(), name, XATTR_NOFOLLOW);
+  return low;
 }
 
 bool WriteFile(const std::string& path, const std::string& bytes) {

@@ -111,6 +111,15 @@ bool RemoveFolder(const std::string& path);
 // missing. False when the bytes could not all be written.
 bool WriteFile(const std::string& path, const std::string& bytes);
 
+// "" when files in the folder take user extended attributes; else why not ("... refuses user
+// attributes: <error>"), for the test to print when it skips.
+std::string UserAttributesUnsupported(const std::string& folder);
+
+// The largest value, in bytes, that the user extended attribute `name` of the file can hold
+// (found by trying, the attribute removed afterwards): file systems limit it differently (ext4:
+// what is left of a block beside the file's other attributes and the name).
+size_t LargestAttributeValue(const std::string& file, const char* name);
+
 // The text of an XML property-list file: the XML declaration, the platform's DOCTYPE line and
 // "<plist version="1.0">" on lines of their own, then the body as given and "</plist>\n".
 std::string XMLPropertyList(const std::string& body);

@@ -29,4 +29,11 @@ CF_EXPORT CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator, CFPropert
                                              CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);
 CF_EXPORT Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format);
 
+// The older calls: the XML form of a property list (as CFPropertyListCreateData writes it), and
+// a property list read from data in any format. *errorString, when given, receives NULL on
+// success and a new string saying why on failure.
+CF_EXPORT CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef propertyList);
+CF_EXPORT CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData,
+                                                          CFOptionFlags mutabilityOption, CFStringRef* errorString);
+
 CF_EXTERN_C_END

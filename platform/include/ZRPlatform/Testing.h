@@ -34,4 +34,15 @@ CF_EXPORT void ZRTestingSetStatusText(OSStatus status, const char* name, const c
 // Live objects of the host layer (created and not yet freed), for leak checks in tests.
 CF_EXPORT long ZRTestingLiveObjectCount(void);
 
+// Called at the start of every getxattr call with its path and name (as the caller gave it),
+// on any thread, so that a test can change the attribute between a caller's size query and its
+// read. NULL removes the hook.
+typedef void (*ZRTestingAttributeReadHook)(const char* path, const char* name, void* context);
+CF_EXPORT void ZRTestingSetAttributeReadHook(ZRTestingAttributeReadHook hook, void* context);
+
+// Makes getlogin answer `name` (NULL: answer NULL, as for a process without a login) instead
+// of the session's login name, until ZRTestingResetLoginName.
+CF_EXPORT void ZRTestingSetLoginName(const char* name);
+CF_EXPORT void ZRTestingResetLoginName(void);
+
 CF_EXTERN_C_END
