@@ -285,6 +285,27 @@ ZR_EXPORT OSStatus ZRCopyDataRefOfHexStringRef(CFStringRef inHexStringRef, Boole
 ZR_EXPORT OSStatus ZRCopySHADataRefOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog, CFDataRef* outDataRef);
 
 // ---------------------------------------------------------------------------------------------
+// System and processes: system version and hardware queries
+// ---------------------------------------------------------------------------------------------
+
+// Plain queries: they never fail and never log. NSAppKitVersionNumber at or above 900 (10.5 and
+// later) / below 900 (10.4 and earlier); each is the negation of the other.
+ZR_EXPORT Boolean ZRSystemIsNewerThanTiger(void);
+ZR_EXPORT Boolean ZRSystemIsOlderThanLeopard(void);
+// The running system's version (Gestalt 'sys1', 'sys2', 'sys3'; a failed selector counts as 0)
+// compared with the given one, signed, major first. Both are false for the system's own version.
+ZR_EXPORT Boolean ZRSystemVersionIsOlderThanVersion(SInt32 inMajorVersion, SInt32 inMinorVersion,
+                                                    SInt32 inBugFixVersion);
+ZR_EXPORT Boolean ZRSystemVersionIsNewerThanVersion(SInt32 inMajorVersion, SInt32 inMinorVersion,
+                                                    SInt32 inBugFixVersion);
+// Whether the main display renders with OpenGL acceleration (CGDisplayUsesOpenGLAcceleration).
+ZR_EXPORT Boolean ZRSystemSupportsCoreImage(void);
+// Whether more than one screen is attached (NSScreen screens); meant for the main thread.
+ZR_EXPORT Boolean ZRSystemHasMultipleScreens(void);
+// The logical processors this process may use now (host_info's logical_cpu), at least 1.
+ZR_EXPORT UInt32 ZRGetNumberOfProcessors(void);
+
+// ---------------------------------------------------------------------------------------------
 // System and processes: threads, mutexes and conditions
 // ---------------------------------------------------------------------------------------------
 

@@ -231,4 +231,20 @@ std::string FormattedErrorLine(const char* function, CFStringRef format, ...) {
   return line;
 }
 
+bool AddDrmConnector(const std::string& root, int card, const std::string& connector, const std::string& status,
+                     const std::string& modes) {
+  std::string drm = root + "/class/drm/";
+  std::string name = "card" + std::to_string(card);
+  return WriteFile(drm + name + "/dev", "226:" + std::to_string(card) + "\n") &&
+         WriteFile(drm + name + "-" + connector + "/status", status + "\n") &&
+         WriteFile(drm + name + "-" + connector + "/enabled", status == "connected" ? "enabled\n" : "disabled\n") &&
+         WriteFile(drm + name + "-" + connector + "/modes", modes);
+}
+
+bool AddDrmRenderNode(const std::string& root, int card) {
+  std::string device = root + "/class/drm/card" + std::to_string(card) + "/device/drm/";
+  return WriteFile(device + "card" + std::to_string(card) + "/dev", "226:0\n") &&
+         WriteFile(device + "renderD" + std::to_string(128 + card) + "/dev", "226:128\n");
+}
+
 }  // namespace zrtest

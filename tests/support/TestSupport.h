@@ -147,4 +147,13 @@ std::string ErrorLine(const char* function, const std::string& message);
 // ErrorLine with the message made from a format of the host (%@ and the printf conversions).
 std::string FormattedErrorLine(const char* function, CFStringRef format, ...);
 
+// Lays out a DRM connector "card<card>-<connector>" (such as "HDMI-A-1") in a fixture sysfs tree
+// under root, as the kernel shows one: its status ("connected", "disconnected") and its modes
+// (the preferred one first, "" for none). False when the files could not be written.
+bool AddDrmConnector(const std::string& root, int card, const std::string& connector, const std::string& status,
+                     const std::string& modes);
+
+// Gives card<card> of a fixture sysfs tree a render node, as a GPU's device has.
+bool AddDrmRenderNode(const std::string& root, int card);
+
 }  // namespace zrtest

@@ -5,7 +5,7 @@
 #include <CoreFoundation/CFBase.h>
 #include <CoreFoundation/CFString.h>
 
-typedef double CGFloat;
+#include <CoreGraphics/CGGeometry.h>
 
 typedef const struct __NSFont* NSFontRef;
 

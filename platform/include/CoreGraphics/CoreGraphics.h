@@ -13,3 +13,6 @@ typedef struct CGDataProvider* CGDataProviderRef;
 typedef struct CGContext* CGContextRef;
 typedef struct CGColorSpace* CGColorSpaceRef;
 typedef struct CGColor* CGColorRef;
+
+#include <CoreGraphics/CGDirectDisplay.h>
+#include <CoreGraphics/CGGeometry.h>

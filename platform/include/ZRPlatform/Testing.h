@@ -45,4 +45,16 @@ CF_EXPORT void ZRTestingSetAttributeReadHook(ZRTestingAttributeReadHook hook, vo
 CF_EXPORT void ZRTestingSetLoginName(const char* name);
 CF_EXPORT void ZRTestingResetLoginName(void);
 
+// System queries. Makes Gestalt answer `status` for the selector, with `response` when the status
+// is noErr, until ZRTestingResetGestalt.
+CF_EXPORT void ZRTestingSetGestaltResponse(OSType selector, OSErr status, SInt32 response);
+CF_EXPORT void ZRTestingResetGestalt(void);
+// Makes host_info return `status` (a kern_return_t) without filling the record when it is not 0,
+// or fill it with logical_cpu set to logicalCPU when it is, until ZRTestingResetHostInfo.
+CF_EXPORT void ZRTestingSetHostInfo(int status, int logicalCPU);
+CF_EXPORT void ZRTestingResetHostInfo(void);
+// Reads the kernel's device tree (displays, processor topology) under path instead of "/sys";
+// NULL goes back to "/sys".
+CF_EXPORT void ZRTestingSetSysfsRoot(const char* path);
+
 CF_EXTERN_C_END

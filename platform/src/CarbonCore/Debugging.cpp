@@ -57,6 +57,8 @@ constexpr StatusText kStatusTexts[] = {
     {-10662, "kLSAttributeNotFoundErr", "An item attribute value could not be found with the specified name"},
     {-10661, "kLSExecutableIncorrectFormat", "No compatible executable was found"},
     {-10660, "kLSAppInTrashErr", "The app cannot be run when inside a Trash folder"},
+    {-10004, "errAEPrivilegeError", "A privileged operation failed."},
+    {-10000, "errAEEventFailed", "Apple event handler failed."},
     {-5553, "gestaltLocationErr", "gestalt function ptr wasn't in sysheap"},
     {-5552, "gestaltDupSelectorErr", "tried to add an entry that already existed"},
     {-5551, "gestaltUndefSelectorErr", "undefined selector was passed to Gestalt"},
@@ -218,7 +220,8 @@ static_assert(IsNamed(noErr) && IsNamed(paramErr) && IsNamed(memFullErr) && IsNa
               IsNamed(memWZErr) && IsNamed(fnfErr) && IsNamed(ioErr) && IsNamed(eofErr) && IsNamed(permErr) &&
               IsNamed(dupFNErr) && IsNamed(dirNFErr) && IsNamed(nsvErr) && IsNamed(bdNamErr) && IsNamed(wrPermErr) &&
               IsNamed(errFSAttributeNotFound) && IsNamed(procNotFound) && IsNamed(errAEEventNotHandled) &&
-              IsNamed(errAETimeout) && IsNamed(kLSApplicationNotFoundErr));
+              IsNamed(errAETimeout) && IsNamed(kLSApplicationNotFoundErr) && IsNamed(connectionInvalid) &&
+              IsNamed(gestaltUndefSelectorErr) && IsNamed(errAEEventFailed) && IsNamed(errAEPrivilegeError));
 
 // The platform places POSIX error numbers at this base in its status space.
 constexpr OSStatus kErrnoBase = 100000;

@@ -1,0 +1,4 @@
+// mach_host.h: host_info and mach_host_self, as mach.h declares them.
+#pragma once
+
+#include <mach/mach.h>
