@@ -42,6 +42,31 @@ ZR_EXPORT OSStatus ZRCarbonErrorOfErrno(int inErrno);
 ZR_EXPORT NSString* ZRErrnoErrorString(int inErrno);
 
 // ---------------------------------------------------------------------------------------------
+// Diagnostics: trace lines
+// ---------------------------------------------------------------------------------------------
+
+// One line on standard output, written with printf: "[HH:MM:SS.mmm] ..." with the local wall
+// clock to the second and the absolute time's fraction as milliseconds (not reconciled with each
+// other; a fraction of 0.9995 s or more prints "1000"), then the base name of inFileBuffer (the
+// text between its last '/' before the last '.' and that '.'). Nothing is written when a required
+// argument is NULL, when the object text cannot be made, or when the path has no usable base name.
+// No status and no ERROR line.
+//   ZRNoteLogMethod    "[time] === [Base:line] <formatted text>"
+//   ZRLogMethod        "[time] <object address> Base <method>"
+//   ZRInitLogMethod    "[time] INIT Base:<method> (line)"
+//   ZRDrawLogMethod    "[time] DRAW Base.<object address> (line)"
+//   ZRDeallocLogMethod "[time] DEALLOC Base <object description> (line)"
+//   ZRLogCMethod       writes nothing, on purpose: the entry point for plain functions.
+ZR_EXPORT void ZRNoteLogMethod(const char* inFileBuffer, int inLine, CFStringRef inFormatStringRef, ...);
+ZR_EXPORT void ZRLogMethod(const char* inFileBuffer, id inObject, const char* inMethodBuffer);
+ZR_EXPORT void ZRInitLogMethod(const char* inFileBuffer, int inLine, const char* inMethodBuffer);
+ZR_EXPORT void ZRDrawLogMethod(const char* inFileBuffer, int inLine, id inObject);
+ZR_EXPORT void ZRDeallocLogMethod(const char* inFileBuffer, int inLine, id inObject);
+ZR_EXPORT void ZRLogCMethod(const char* inFileBuffer, int inLine, const char* inFunctionBuffer);
+// True when every bit of inBits is set in inValue; true for inBits 0.
+ZR_EXPORT Boolean ZRBitIsSet(UInt32 inValue, UInt32 inBits);
+
+// ---------------------------------------------------------------------------------------------
 // Object utilities: reference lifecycle and type tests
 // ---------------------------------------------------------------------------------------------
 
@@ -218,6 +243,32 @@ ZR_EXPORT NSString* ZRLocalizedNumberStringOfValue(const void* inValue, CFNumber
 ZR_EXPORT OSStatus ZRCopyRemainingTimeStringRef(double inSeconds, CFStringRef* outStringRef, Boolean inLog);
 // ZRCopyRemainingTimeStringRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRRemainingTimeString(double inSeconds);
+
+// ---------------------------------------------------------------------------------------------
+// Text and formatting: keyboard strings
+// ---------------------------------------------------------------------------------------------
+
+// Modifier flags are event modifier masks: Control 0x00040000 (⌃), Option 0x00080000 (⌥), Shift
+// 0x00020000 (⇧), Command 0x00100000 (⌘); other bits are ignored. Glyphs are written in that order.
+
+// The printable form of a character: return ↩, tab ⇥, space the main bundle's "Key_Space", the
+// function-key characters U+F704 to U+F726 "F1" to "F35", anything else upper-cased in the current
+// locale. outStringRef need not be empty: it is overwritten.
+ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfCharacter(UniChar inCharacter, CFStringRef* outStringRef, Boolean inLog);
+// The glyphs of the set modifiers; "" when none is set.
+ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfModifierFlags(UInt32 inModifierFlags, CFStringRef* outStringRef,
+                                                           Boolean inLog);
+// The modifier glyphs followed by the character's printable form, e.g. "⌃⌥⌘P".
+ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfKeyEquivalent(UniChar inCharacter, UInt32 inModifierFlags,
+                                                           CFStringRef* outStringRef, Boolean inLog);
+// The character the virtual key code (its low 16 bits) gives without modifiers on the current
+// keyboard layout; keyboard statuses are passed up unchanged. A layout of the older 8-bit kind
+// gives the character upper-cased, and leaves *outCharacter alone (noErr) when its table cannot
+// be had; a Unicode layout gives it as the layout shows it.
+ZR_EXPORT OSStatus ZRGetCharacterOfKeyCode(UInt32 inKeyCode, UniChar* outCharacter, Boolean inLog);
+// The key equivalent of the key code's character and the modifier flags.
+ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfHotKey(UInt32 inKeyCode, UInt32 inModifierFlags, CFStringRef* outStringRef,
+                                                    Boolean inLog);
 
 // ---------------------------------------------------------------------------------------------
 // Text and formatting: string utilities

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFDate.h>
 
 CF_EXTERN_C_BEGIN
 
@@ -30,6 +31,23 @@ CF_EXPORT void ZRTestingSetLogSink(ZRTestingLogSink sink, void* context);
 // that tests reach texts the table does not hold (a comment with trailing blanks, a name without a
 // comment). NULL for both takes the override away.
 CF_EXPORT void ZRTestingSetStatusText(OSStatus status, const char* name, const char* comment);
+
+// Pins CFAbsoluteTimeGetCurrent to *time for every thread until called again; NULL lets the
+// system clock through again.
+CF_EXPORT void ZRTestingSetCurrentAbsoluteTime(const CFAbsoluteTime* time);
+
+// Presents a keyboard layout as the current one in place of the machine's: kind 1 (kKLKCHRKind),
+// 2 (kKLuchrKind) or 0 (both), under identifier and name, with a copy of its 'KCHR' and 'uchr'
+// bytes (NULL for data the layout lacks: its property and resource are then missing). A negative
+// kind takes the presented layout away, and the layout named by XKB_DEFAULT_* or the system's
+// configuration is current again.
+CF_EXPORT void ZRTestingPresentKeyboardLayout(SInt32 kind, SInt32 identifier, const char* name, const void* kchrData,
+                                              size_t kchrLength, const void* uchrData, size_t uchrLength);
+// Reads the system's keyboard configuration from these files instead of /etc/default/keyboard
+// and /etc/X11/xorg.conf.d/00-keyboard.conf; NULL restores the real path.
+CF_EXPORT void ZRTestingSetKeyboardConfigurationFiles(const char* defaultKeyboard, const char* xorgKeyboard);
+// Makes KLGetKeyboardLayoutProperty return status for the property tag from now on; noErr stops it.
+CF_EXPORT void ZRTestingFailKeyboardLayoutProperty(UInt32 tag, OSStatus status);
 
 // Live objects of the host layer (created and not yet freed), for leak checks in tests.
 CF_EXPORT long ZRTestingLiveObjectCount(void);

@@ -2,7 +2,9 @@
 // and date objects, which hold one absolute time and print as NSDate does.
 #include <CoreFoundation/CFDate.h>
 #include <CoreFoundation/CFString.h>
+#include <ZRPlatform/Testing.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -57,12 +59,24 @@ CFStringRef __CFDate::copyDescription() const {
 
 extern "C" {
 
+namespace {
+// A time that tests pinned the clock to; read before the system clock on every call.
+std::atomic<bool> gClockPinned{false};
+std::atomic<double> gPinnedTime{0.0};
+}  // namespace
+
 CFAbsoluteTime CFAbsoluteTimeGetCurrent(void) {
+  if (gClockPinned.load(std::memory_order_acquire)) return gPinnedTime.load(std::memory_order_relaxed);
   struct timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
   // Whole seconds are subtracted as integers first, so that the nanoseconds keep their
   // precision in the double.
   return static_cast<double>(static_cast<int64_t>(now.tv_sec) - 978307200) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+void ZRTestingSetCurrentAbsoluteTime(const CFAbsoluteTime* time) {
+  if (time) gPinnedTime.store(*time, std::memory_order_relaxed);
+  gClockPinned.store(time != NULL, std::memory_order_release);
 }
 
 CFTypeID CFDateGetTypeID(void) { return zrp::kTypeIDDate; }
