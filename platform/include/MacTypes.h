@@ -29,6 +29,7 @@ typedef UInt16 UniChar;
 typedef UInt32 UTF32Char;
 typedef UniChar* UniCharPtr;
 typedef unsigned long UniCharCount;
+typedef UInt32 OptionBits;
 
 typedef char* Ptr;
 typedef Ptr* Handle;  // a relocatable block: a pointer to its master pointer

@@ -10,6 +10,7 @@ ZR_PACKAGES=(
   fontconfig fonts-dejavu-core                       # a font, so that fontconfig has an answer
   libgtest-dev libgmock-dev                          # tests
   libbenchmark-dev libglib2.0-dev                    # benchmarks, and GLib as their baseline
+  libxkbcommon-dev xkb-data                          # keyboard layouts
   locales                                            # the locales the tests run in
   clang libclang-rt-14-dev                           # fuzzing (libFuzzer)
 )

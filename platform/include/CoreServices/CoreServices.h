@@ -1,4 +1,5 @@
-// CoreServices.h: statuses and their texts, memory handles, metadata types.
+// CoreServices.h: statuses and their texts, memory handles, metadata types, the Script
+// Manager's keyboard variables, resources, Unicode keyboard layouts.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -7,3 +8,7 @@
 #include <CoreServices/MacErrors.h>
 #include <CoreServices/MacMemory.h>
 #include <CoreServices/Metadata.h>
+#include <CoreServices/LowMem.h>
+#include <CoreServices/Resources.h>
+#include <CoreServices/Script.h>
+#include <CoreServices/UnicodeUtilities.h>

@@ -25,5 +25,7 @@ enum {
   errAEPrivilegeError = -10004,     // a privileged operation failed
   errAEEventNotHandled = -1708,
   errAETimeout = -1712,
-  kLSApplicationNotFoundErr = -10814
+  kLSApplicationNotFoundErr = -10814,
+  resNotFound = -192,        // resource not found
+  kUCOutputBufferTooSmall = -25340  // output buffer too small for Unicode string result
 };
