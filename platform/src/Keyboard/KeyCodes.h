@@ -5,6 +5,10 @@
 
 #include <cstdint>
 
+#ifndef ZRP_TESTABLE
+#define ZRP_TESTABLE __attribute__((visibility("default")))
+#endif
+
 namespace zrp::keyboard {
 
 struct KeyCodeEntry {
@@ -16,8 +20,8 @@ struct KeyCodeEntry {
 };
 
 // Every virtual key code that has an evdev counterpart, in order of virtual key code.
-const KeyCodeEntry* KeyCodeTable(int* count);
+ZRP_TESTABLE const KeyCodeEntry* KeyCodeTable(int* count);
 // The entry of a virtual key code; nullptr when it has none.
-const KeyCodeEntry* FindKeyCode(uint16_t virtualKey);
+ZRP_TESTABLE const KeyCodeEntry* FindKeyCode(uint16_t virtualKey);
 
 }  // namespace zrp::keyboard

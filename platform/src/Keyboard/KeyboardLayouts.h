@@ -4,6 +4,10 @@
 
 #include <string>
 
+#ifndef ZRP_TESTABLE
+#define ZRP_TESTABLE __attribute__((visibility("default")))
+#endif
+
 namespace zrp::keyboard {
 
 // An XKB layout by its rules, model, layout, variant and options ("RMLVO"); empty parts take
@@ -16,11 +20,11 @@ struct LayoutNames {
 // The names of the current layout: the XKB_DEFAULT_* variables when any of them is set, else the
 // system's keyboard configuration (/etc/default/keyboard, then the X11 configuration that
 // systemd-localed keeps), else "us".
-LayoutNames CurrentLayoutNames();
+ZRP_TESTABLE LayoutNames CurrentLayoutNames();
 
 // The XKB names in the text of /etc/default/keyboard (XKBMODEL="pc105" ...) and of an X11
 // configuration section (Option "XkbLayout" "de" ...). False when the text names no layout.
-bool ParseDefaultKeyboard(const std::string& text, LayoutNames* names);
-bool ParseXorgKeyboard(const std::string& text, LayoutNames* names);
+ZRP_TESTABLE bool ParseDefaultKeyboard(const std::string& text, LayoutNames* names);
+ZRP_TESTABLE bool ParseXorgKeyboard(const std::string& text, LayoutNames* names);
 
 }  // namespace zrp::keyboard
