@@ -22,6 +22,7 @@
 #include <sstream>
 #include <vector>
 
+#include "CFString/StringImpl.h"
 #include "Keyboard/KeyCodes.h"
 
 // A compiled or presented layout. References stay valid for the life of the process.
@@ -186,16 +187,6 @@ struct KeyOutput {
   std::u16string characters;  // empty: nothing
   int deadState = 0;          // a dead key: its state (1 ...)
 };
-
-void AppendUtf16(char32_t codePoint, std::u16string* text) {
-  if (codePoint >= 0x10000) {
-    codePoint -= 0x10000;
-    text->push_back(static_cast<char16_t>(0xD800 + (codePoint >> 10)));
-    text->push_back(static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF)));
-  } else {
-    text->push_back(static_cast<char16_t>(codePoint));
-  }
-}
 
 // Writes the sections of a 'uchr' resource.
 class UchrWriter {
@@ -368,7 +359,7 @@ class UchrBuilder {
           }
           if (composed > 0) {
             std::u16string text;
-            AppendUtf16(static_cast<char32_t>(composed), &text);
+            zrp::AppendCodePoint(static_cast<char32_t>(composed), &text);
             record.entries[static_cast<UInt16>(i + 1)] = text;
           }
         }
@@ -465,7 +456,7 @@ bool CompileLayout(const LayoutNames& names, OpaqueKeyboardLayoutRef* layout) {
         continue;
       }
       uint32_t codePoint = xkb_state_key_get_utf32(state.get(), keycode);
-      if (codePoint != 0) AppendUtf16(codePoint, &output.characters);
+      if (codePoint != 0) zrp::AppendCodePoint(codePoint, &output.characters);
     }
   }
 
