@@ -53,7 +53,7 @@ install(FILES
 
 # pkg-config. Requires.private names the pkg-config modules the shared libraries link privately,
 # for static-link tools that ask; a CMakeLists that adds such a dependency appends its module here.
-list(APPEND ZR_PKGCONFIG_PRIVATE_MODULES icu-uc icu-i18n libcrypto fontconfig pugixml)
+list(APPEND ZR_PKGCONFIG_PRIVATE_MODULES icu-uc icu-i18n libcrypto fontconfig pugixml libsystemd)
 list(REMOVE_DUPLICATES ZR_PKGCONFIG_PRIVATE_MODULES)
 list(JOIN ZR_PKGCONFIG_PRIVATE_MODULES " " ZR_PKGCONFIG_REQUIRES_PRIVATE)
 # The prefix is the one given at install time (cmake --install --prefix DIR), not the configured

@@ -357,6 +357,22 @@ ZR_EXPORT Boolean ZRSystemHasMultipleScreens(void);
 ZR_EXPORT UInt32 ZRGetNumberOfProcessors(void);
 
 // ---------------------------------------------------------------------------------------------
+// System and processes: applications and Apple events
+// ---------------------------------------------------------------------------------------------
+
+// Whether a process of the signature runs; the first in the system's order wins and its serial
+// number goes to *outProcessSerialNumber (when not NULL; untouched otherwise). Never logs.
+ZR_EXPORT Boolean ZRApplicationWithSignatureIsRunning(OSType inSignature, ProcessSerialNumber* outProcessSerialNumber);
+// Sends the event of the class 'aevt' to the system process without waiting for a reply. Fails
+// with the status of AECreateDesc or AECreateAppleEvent; a failed AESend is only logged: noErr.
+ZR_EXPORT OSStatus ZRSendAppleEventToSystemProcess(AEEventID inEventID, Boolean inLog);
+// 'slep', 'shut', 'rest' and 'rlgo' (log out without asking) through ZRSendAppleEventToSystemProcess.
+ZR_EXPORT OSStatus ZRSleepComputer(Boolean inLog);
+ZR_EXPORT OSStatus ZRShutdownComputer(Boolean inLog);
+ZR_EXPORT OSStatus ZRRestartComputer(Boolean inLog);
+ZR_EXPORT OSStatus ZRLogoutComputer(Boolean inLog);
+
+// ---------------------------------------------------------------------------------------------
 // System and processes: threads, mutexes and conditions
 // ---------------------------------------------------------------------------------------------
 
@@ -391,7 +407,8 @@ ZR_EXPORT OSStatus ZRSetExtendedAttributeDataRefOfPathBuffer(const char* inPathB
                                                              Boolean inLog);
 ZR_EXPORT OSStatus ZRSetExtendedAttributePropertyListRefOfPathBuffer(const char* inPathBuffer,
                                                                      const char* inExtendedAttributeBuffer,
-                                                                     CFPropertyListRef inPropertyListRef, Boolean inLog);
+                                                                     CFPropertyListRef inPropertyListRef,
+                                                                     Boolean inLog);
 // The string, number and Boolean setters store whatever property list they are given.
 ZR_EXPORT OSStatus ZRSetExtendedAttributeStringRefOfPathBuffer(const char* inPathBuffer,
                                                                const char* inExtendedAttributeBuffer,

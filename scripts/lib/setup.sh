@@ -7,6 +7,8 @@
 ZR_PACKAGES=(
   cmake ninja-build g++ make pkg-config ccache      # the build (ccache: fast rebuilds)
   libicu-dev libssl-dev libfontconfig-dev libpugixml-dev  # the host layer's libraries
+  libsystemd-dev                                     # sd-bus: system events to systemd-logind
+  dbus-daemon python3-dbusmock                       # tests: a private bus with a mock logind
   fontconfig fonts-dejavu-core                       # a font, so that fontconfig has an answer
   libgtest-dev libgmock-dev                          # tests
   libbenchmark-dev libglib2.0-dev                    # benchmarks, and GLib as their baseline

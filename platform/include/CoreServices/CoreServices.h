@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <CoreServices/AE.h>
 #include <CoreServices/Debugging.h>
 #include <CoreServices/Gestalt.h>
 #include <CoreServices/MacErrors.h>
