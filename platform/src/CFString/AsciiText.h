@@ -110,4 +110,30 @@ inline bool NarrowAscii(std::u16string_view chars, unsigned char* __restrict out
   return high < 0x80;
 }
 
+// The number of ASCII characters at the start of `chars`, at most `length`, written as bytes,
+// one each, to `out` when it is not NULL. Whole blocks are checked and then narrowed, each loop
+// of a fixed count (which compilers turn into vector code), the block still in the first-level
+// cache for the second; the rest goes one by one. The first few are looked at one by one, so that
+// text with few ASCII characters between others costs little.
+inline size_t NarrowAsciiPrefix(const char16_t* __restrict chars, size_t length, unsigned char* __restrict out) {
+  constexpr size_t kFirst = 16;
+  size_t i = 0;
+  for (; i < length && i < kFirst && chars[i] < 0x80; ++i) {
+    if (out) out[i] = static_cast<unsigned char>(chars[i]);
+  }
+  if (i < kFirst) return i;
+  for (; i + kAsciiBlock <= length; i += kAsciiBlock) {
+    char16_t high = 0;
+    for (size_t k = 0; k < kAsciiBlock; ++k) high |= chars[i + k];
+    if (high >= 0x80) break;
+    if (out) {
+      for (size_t k = 0; k < kAsciiBlock; ++k) out[i + k] = static_cast<unsigned char>(chars[i + k]);
+    }
+  }
+  for (; i < length && chars[i] < 0x80; ++i) {
+    if (out) out[i] = static_cast<unsigned char>(chars[i]);
+  }
+  return i;
+}
+
 }  // namespace zrp

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "CFString/AsciiText.h"
 #include "CFString/EncodingImpl.h"
 #include "CFString/StringImpl.h"
 
@@ -198,28 +199,6 @@ bool AgreesWithAscii(Kind kind) {
          kind == Kind::kWindowsLatin1;
 }
 
-// The number of ASCII characters at the start of `chars`, at most `limit`. A few are looked at
-// one by one, so that text with few ASCII characters between others costs little; a longer run
-// goes in blocks.
-size_t AsciiPrefix(const char16_t* chars, size_t limit) {
-  constexpr size_t kFirst = 16;
-  constexpr size_t kRun = 64;
-  size_t i = 0;
-  while (i < limit && i < kFirst && chars[i] < 0x80) ++i;
-  if (i < kFirst) return i;
-  for (; i + kRun <= limit; i += kRun) {
-    char16_t high = 0;
-    for (size_t k = 0; k < kRun; ++k) high |= chars[i + k];
-    if (high >= 0x80) break;
-  }
-  while (i < limit && chars[i] < 0x80) ++i;
-  return i;
-}
-
-void Narrow(const char16_t* __restrict chars, size_t count, UInt8* __restrict out) {
-  for (size_t k = 0; k < count; ++k) out[k] = static_cast<UInt8>(chars[k]);
-}
-
 // The conversion behind CFStringGetBytes; returns the number of UTF-16 units converted.
 CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool external, UInt8* buffer,
                     CFIndex maxBufLen, CFIndex* usedBufLen) {
@@ -252,8 +231,7 @@ CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool e
       // A run of ASCII characters, each the one byte of its code, goes in one step.
       size_t room = chars.size() - i;
       if (buffer) room = maxBufLen > used ? std::min(room, static_cast<size_t>(maxBufLen - used)) : 0;
-      size_t run = AsciiPrefix(chars.data() + i, room);
-      if (buffer) Narrow(chars.data() + i, run, buffer + used);
+      size_t run = zrp::NarrowAsciiPrefix(chars.data() + i, room, buffer ? buffer + used : nullptr);
       used += static_cast<CFIndex>(run);
       converted += static_cast<CFIndex>(run);
       i += run;
