@@ -35,6 +35,7 @@ measure() {
   awk '{ printf "%s %.2f %s\n", $1, $2 + $3, $4 }' "$folder/time"
 }
 
+echo "$size random bytes; ratios are the tool's time divided by zr's (above 1: zr is faster)"
 printf '%-14s %-12s %8s %8s %10s   %-18s %8s %8s %10s   %6s %6s\n' \
   "" "tool" "wall s" "cpu s" "peak KiB" "zr" "wall s" "cpu s" "peak KiB" "wall x" "cpu x"
 compare() {
@@ -48,7 +49,7 @@ compare() {
         label, tool, tw, tc, tp, "zr " ours, ow, oc, op, (ow > 0 ? tw / ow : 0), (oc > 0 ? tc / oc : 0) }'
 }
 
-echo "$((size / 1024 / 1024)) MiB of random bytes; ratios are the tool's time / zr's time"
+
 compare "base32 encode" "$folder/bytes" "base32 -w0" "base32 encode"
 compare "base32 decode" "$folder/base32" "base32 -d" "base32 decode"
 compare "base64 encode" "$folder/bytes" "base64 -w0" "base64 encode"

@@ -13,6 +13,7 @@ ZR_PACKAGES=(
   libgtest-dev libgmock-dev                          # tests
   libbenchmark-dev libglib2.0-dev                    # benchmarks, and GLib as their baseline
   libxkbcommon-dev xkb-data                          # keyboard layouts
+  xxd time                                           # the benchmarks' tools beside zr, and their peaks
   locales                                            # the locales the tests run in
   clang libclang-rt-14-dev                           # fuzzing (libFuzzer)
 )
