@@ -1,5 +1,6 @@
 // UnicodeUtilities.h: Unicode keyboard-layout data ('uchr') and UCKeyTranslate, which turns a
-// virtual key code, modifier state and dead-key state into the characters a layout gives.
+// virtual key code, modifier state and dead-key state into the characters a layout gives; and
+// UCCompareTextDefault, which compares texts by the platform's collation options.
 //
 // The data is laid out as on the platform, in the host's byte order: a UCKeyboardLayout header
 // and the sections its offsets (counted from the header's first byte) point to.
@@ -131,5 +132,27 @@ CF_EXPORT OSStatus UCKeyTranslate(const UCKeyboardLayout* keyLayoutPtr, UInt16 v
                                   UInt32 modifierKeyState, UInt32 keyboardType, OptionBits keyTranslateOptions,
                                   UInt32* deadKeyState, UniCharCount maxStringLength, UniCharCount* actualStringLength,
                                   UniChar unicodeString[]);
+
+// Comparison of Unicode text by the platform's collation options.
+typedef UInt32 UCCollateOptions;
+enum {
+  kUCCollateComposeInsensitiveMask = 1u << 1,       // precomposed and decomposed forms are equal
+  kUCCollateWidthInsensitiveMask = 1u << 2,         // full-width and half-width forms are equal
+  kUCCollateCaseInsensitiveMask = 1u << 3,          // upper, title and lower case are equal
+  kUCCollateDiacritInsensitiveMask = 1u << 4,       // characters with and without diacritics are equal
+  kUCCollatePunctuationSignificantMask = 1u << 15,  // punctuation and spaces count (else ignored)
+  kUCCollateDigitsOverrideMask = 1u << 16,          // digits of every script sort as digits
+  kUCCollateDigitsAsNumberMask = 1u << 17,          // runs of digits compare by their value
+  kUCCollateStandardOptions = kUCCollateComposeInsensitiveMask | kUCCollateWidthInsensitiveMask
+};
+enum { kUCCollateTypeHFSExtended = 1, kUCCollateTypeShiftBits = 24 };
+enum { kUCCollateTypeMask = 0xFF000000u };
+
+// Compares two texts in the order of the root locale under the options. *equivalent (when
+// given) tells whether they are equal under the options; *order (when given) is -1, 0 or 1.
+// paramErr for a NULL text with a non-zero length, or when neither result is asked for.
+CF_EXPORT OSStatus UCCompareTextDefault(UCCollateOptions options, const UniChar* text1Ptr, UniCharCount text1Length,
+                                        const UniChar* text2Ptr, UniCharCount text2Length, Boolean* equivalent,
+                                        SInt32* order);
 
 CF_EXTERN_C_END
