@@ -190,8 +190,12 @@ class FoldersTest : public FileReferencesTest {
     const char* data = getenv("XDG_DATA_HOME");
     savedData_ = data ? data : "";
     hadData_ = data != nullptr;
+    // A home folder of the test's own, so that the default place is never the user's.
+    savedHome_ = getenv("HOME") ? getenv("HOME") : "";
+    setenv("HOME", (folder_ + "/home").c_str(), 1);
   }
   void TearDown() override {
+    setenv("HOME", savedHome_.c_str(), 1);
     if (hadData_) {
       setenv("XDG_DATA_HOME", savedData_.c_str(), 1);
     } else {
@@ -200,6 +204,7 @@ class FoldersTest : public FileReferencesTest {
     FileReferencesTest::TearDown();
   }
   std::string savedData_;
+  std::string savedHome_;
   bool hadData_ = false;
 };
 
