@@ -16,6 +16,8 @@ ZR_PACKAGES=(
   xxd time                                           # the benchmarks' tools beside zr, and their peaks
   locales                                            # the locales the tests run in
   clang libclang-rt-14-dev                           # fuzzing (libFuzzer)
+  python3                                            # plistlib: the independent property-list cross-check
+  libplist-dev                                       # benchmarks: libplist as the property-list baseline
 )
 
 # The locales the tests switch to (names as `locale -a` spells them, and as /etc/locale.gen does).

@@ -184,6 +184,26 @@ bool WriteFile(const std::string& path, const std::string& bytes) {
   return !file.fail();
 }
 
+bool RunPython(const std::string& script, const std::string& input, std::string* output) {
+  std::string folder = MakeTemporaryFolder("python");
+  if (folder.empty()) return false;
+  std::string scriptPath = folder + "/script.py";
+  std::string inputPath = folder + "/input";
+  bool ran = false;
+  if (WriteFile(scriptPath, script) && WriteFile(inputPath, input)) {
+    std::string command = "/usr/bin/python3 '" + scriptPath + "' < '" + inputPath + "'";
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+      output->clear();
+      char buffer[4096];
+      size_t got;
+      while ((got = fread(buffer, 1, sizeof buffer, pipe)) > 0) output->append(buffer, got);
+      ran = pclose(pipe) == 0;
+    }
+  }
+  RemoveFolder(folder);
+  return ran;
+}
+
 std::string XMLPropertyList(const std::string& body) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
          "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"

@@ -120,6 +120,11 @@ std::string UserAttributesUnsupported(const std::string& folder);
 // what is left of a block beside the file's other attributes and the name).
 size_t LargestAttributeValue(const std::string& file, const char* name);
 
+// Runs Debian's python3 (/usr/bin/python3) on the script with the bytes as its standard input;
+// true, with its standard output in *output, when it ran and exited with status 0. For checks
+// against an independent implementation (plistlib).
+bool RunPython(const std::string& script, const std::string& input, std::string* output);
+
 // The text of an XML property-list file: the XML declaration, the platform's DOCTYPE line and
 // "<plist version="1.0">" on lines of their own, then the body as given and "</plist>\n".
 std::string XMLPropertyList(const std::string& body);

@@ -1,8 +1,10 @@
-// CFPropertyList.h: property lists: reading XML and binary ("bplist00") forms, writing XML.
+// CFPropertyList.h: property lists: reading the XML, binary ("bplist00") and old-style (OpenStep)
+// forms, writing XML and binary, to data or to a stream.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
 #include <CoreFoundation/CFData.h>
+#include <CoreFoundation/CFError.h>
 #include <CoreFoundation/CFString.h>
 
 CF_EXTERN_C_BEGIN
@@ -17,14 +19,24 @@ enum {
 typedef CFIndex CFPropertyListFormat;
 enum { kCFPropertyListOpenStepFormat = 1, kCFPropertyListXMLFormat_v1_0 = 100, kCFPropertyListBinaryFormat_v1_0 = 200 };
 
-typedef struct __CFError* CFErrorRef;
+// The codes of property-list errors (domain kCFErrorDomainCocoa).
+enum {
+  kCFPropertyListReadCorruptError = 3840,
+  kCFPropertyListReadUnknownVersionError = 3841,
+  kCFPropertyListReadStreamError = 3842,
+  kCFPropertyListWriteStreamError = 3851
+};
 
-// Reads an XML or binary property list. Returns NULL on malformed input; *error, when given,
-// receives NULL (error objects are not made by this host).
+// Reads a property list in any of the three forms (binary by its header; XML when the text opens
+// with markup; old-style otherwise). Returns NULL on malformed input, and then, when error is
+// given, a new error there (code kCFPropertyListReadCorruptError, the reason under
+// "NSDebugDescription") that the caller releases; *error is NULL on success.
 CF_EXPORT CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data,
                                                          CFOptionFlags options, CFPropertyListFormat* format,
                                                          CFErrorRef* error);
-// Writes the XML form byte for byte as the platform writes it; other formats give NULL.
+// Writes the XML form byte for byte as the platform writes it, or the binary form. NULL for the
+// old-style form (never written), for objects a property list cannot hold, cycles and nesting
+// deeper than 512, with a new error in *error when given (code 3852, NSPropertyListWriteInvalidError).
 CF_EXPORT CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator, CFPropertyListRef propertyList,
                                              CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);
 CF_EXPORT Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format);

@@ -12,6 +12,7 @@
 #include <limits>
 #include <string>
 
+#include "CFNumber/NumberImpl.h"
 #include "CFString/StringImpl.h"
 #include "runtime/Object.h"
 
@@ -89,6 +90,8 @@ CFStringRef CreateASCIIString(const std::string& text) {
 // A number keeps the canonical type of its creation (kCFNumberIntType becomes
 // kCFNumberSInt32Type, kCFNumberDoubleType kCFNumberFloat64Type ...) and its value as a
 // 64-bit integer or as a double; a Float32 value is held as the double it widens to exactly.
+// An integer above INT64_MAX (read from a property list, which may hold unsigned 64-bit
+// values) keeps its bits in the integer field and is marked unsigned.
 struct __CFNumber final : zrp::Object {
   __CFNumber(CFNumberType canonical, int64_t integer)
       : Object(zrp::kTypeIDNumber), type(canonical), isFloat(false), i(integer), d(0) {}
@@ -102,8 +105,11 @@ struct __CFNumber final : zrp::Object {
 
   CFNumberType type;
   bool isFloat;
+  bool isUnsigned = false;
   int64_t i;
   double d;
+
+  uint64_t unsignedValue() const { return static_cast<uint64_t>(i); }
 };
 
 // Boolean objects: only kCFBooleanTrue and kCFBooleanFalse exist. They are a type of their
@@ -125,7 +131,28 @@ namespace {
 
 // The ordering of CFNumberCompare: by value across types, negative zero before positive
 // zero, NaN equal to NaN and placed after negative numbers and before non-negative ones.
+// Compares an unsigned integer above INT64_MAX with a double that is not NaN, exactly.
+int CompareUnsignedWithDouble(uint64_t u, double d) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  constexpr double kTwoTo64 = 18446744073709551616.0;
+  if (d >= kTwoTo64) return -1;
+  if (d < kTwoTo63) return 1;
+  double whole = std::trunc(d);
+  auto w = static_cast<uint64_t>(whole);
+  if (u != w) return u < w ? -1 : 1;
+  return d - whole > 0 ? -1 : 0;
+}
+
 int CompareNumbers(const __CFNumber* a, const __CFNumber* b) {
+  if (a->isUnsigned || b->isUnsigned) {
+    if (a->isUnsigned && b->isUnsigned) return a->i == b->i ? 0 : (a->unsignedValue() < b->unsignedValue() ? -1 : 1);
+    const __CFNumber* other = a->isUnsigned ? b : a;
+    const __CFNumber* big = a->isUnsigned ? a : b;
+    // NaN sorts after the negative numbers and before the others, so before any unsigned one.
+    int bigVersusOther =
+        !other->isFloat || std::isnan(other->d) ? 1 : CompareUnsignedWithDouble(big->unsignedValue(), other->d);
+    return a->isUnsigned ? bigVersusOther : -bigVersusOther;
+  }
   if (!a->isFloat && !b->isFloat) return a->i == b->i ? 0 : (a->i < b->i ? -1 : 1);
   bool aNaN = a->isFloat && std::isnan(a->d);
   bool bNaN = b->isFloat && std::isnan(b->d);
@@ -222,7 +249,9 @@ bool StoreInteger(const __CFNumber* number, void* valuePtr) {
   constexpr T kMax = std::numeric_limits<T>::max();
   T value;
   bool exact;
-  if (!number->isFloat) {
+  if (number->isUnsigned) {
+    value = kMax, exact = false;
+  } else if (!number->isFloat) {
     if (number->i < static_cast<int64_t>(kMin)) {
       value = kMin, exact = false;
     } else if (number->i > static_cast<int64_t>(kMax)) {
@@ -252,7 +281,10 @@ bool StoreInteger(const __CFNumber* number, void* valuePtr) {
 bool StoreFloat32(const __CFNumber* number, void* valuePtr) {
   float value;
   bool exact;
-  if (!number->isFloat) {
+  if (number->isUnsigned) {
+    value = static_cast<float>(number->unsignedValue());
+    exact = CompareUnsignedWithDouble(number->unsignedValue(), static_cast<double>(value)) == 0;
+  } else if (!number->isFloat) {
     value = static_cast<float>(number->i);
     exact = CompareIntegerWithDouble(number->i, static_cast<double>(value)) == 0;
   } else {
@@ -275,7 +307,10 @@ bool StoreFloat32(const __CFNumber* number, void* valuePtr) {
 bool StoreFloat64(const __CFNumber* number, void* valuePtr) {
   double value;
   bool exact;
-  if (!number->isFloat) {
+  if (number->isUnsigned) {
+    value = static_cast<double>(number->unsignedValue());
+    exact = CompareUnsignedWithDouble(number->unsignedValue(), value) == 0;
+  } else if (!number->isFloat) {
     value = static_cast<double>(number->i);
     exact = CompareIntegerWithDouble(number->i, value) == 0;
   } else {
@@ -298,12 +333,15 @@ CFHashCode __CFNumber::hash() const {
   if (std::isnan(d)) return 0x7ff8000000000000UL;
   constexpr double kTwoTo63 = 9223372036854775808.0;
   if (d >= -kTwoTo63 && d < kTwoTo63 && std::trunc(d) == d) return static_cast<CFHashCode>(static_cast<int64_t>(d));
+  // Hashed as the unsigned integers of the same value.
+  if (d >= kTwoTo63 && d < 2 * kTwoTo63 && std::trunc(d) == d) return static_cast<CFHashCode>(static_cast<uint64_t>(d));
   uint64_t bits;
   std::memcpy(&bits, &d, sizeof bits);
   return static_cast<CFHashCode>(bits);
 }
 
 CFStringRef __CFNumber::copyDescription() const {
+  if (isUnsigned) return CreateASCIIString(std::to_string(unsignedValue()));
   if (!isFloat) return CreateASCIIString(std::to_string(static_cast<long long>(i)));
   return CreateASCIIString(FormatFloatingPoint(d, type == kCFNumberFloat32Type));
 }
@@ -419,3 +457,23 @@ CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, 
 }
 
 }  // extern "C"
+
+namespace zrp {
+
+CFNumberRef CreateUnsigned64Number(uint64_t value) {
+  if (value <= static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) {
+    auto signedValue = static_cast<int64_t>(value);
+    return CFNumberCreate(nullptr, kCFNumberSInt64Type, &signedValue);
+  }
+  __CFNumber* number = New<__CFNumber>(kCFNumberSInt64Type, static_cast<int64_t>(value));
+  if (number) number->isUnsigned = true;
+  return number;
+}
+
+bool NumberGetUnsigned64(CFNumberRef number, uint64_t* value) {
+  if (!number->isUnsigned) return false;
+  *value = number->unsignedValue();
+  return true;
+}
+
+}  // namespace zrp

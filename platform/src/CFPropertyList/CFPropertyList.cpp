@@ -3,12 +3,15 @@
 #include <CoreFoundation/CFPropertyList.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "CFError/ErrorImpl.h"
+#include "CFNumber/NumberImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
 
@@ -30,12 +33,7 @@ CFTypeRef PropertyListBuilder::integer(int64_t value) const {
   return CFNumberCreate(nullptr, kCFNumberSInt64Type, &value);
 }
 
-CFTypeRef PropertyListBuilder::unsignedInteger(uint64_t value) const {
-  if (value <= static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) return integer(static_cast<int64_t>(value));
-  // The host's numbers hold signed 64-bit integers; larger values are refused rather than
-  // silently turned negative.
-  return nullptr;
-}
+CFTypeRef PropertyListBuilder::unsignedInteger(uint64_t value) const { return CreateUnsigned64Number(value); }
 
 CFTypeRef PropertyListBuilder::real(double value) const {
   return CFNumberCreate(nullptr, kCFNumberFloat64Type, &value);
@@ -232,6 +230,101 @@ bool HasBinaryHeader(const UInt8* bytes, size_t length) { return length >= 6 && 
 
 }  // namespace
 
+void Fail(CFErrorRef* error, CFIndex code, const std::string& debugDescription) {
+  if (error && !*error) *error = CreatePropertyListError(code, debugDescription);
+}
+
+// Whether the text, past white space and a byte order mark (UTF-8 or UTF-16, whose zero bytes
+// are passed over too), opens with markup: the XML form is tried first then (an old-style list
+// may still start with "<" for data).
+bool StartsWithMarkup(const uint8_t* bytes, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    switch (bytes[i]) {
+      case ' ':
+      case '\t':
+      case '\n':
+      case '\r':
+      case 0:
+      case 0xEF:
+      case 0xBB:
+      case 0xBF:
+      case 0xFE:
+      case 0xFF:
+        continue;
+      default:
+        return bytes[i] == '<';
+    }
+  }
+  return false;
+}
+
+// Whether the markup is rather an old-style list's data: nothing but hex digits and white space
+// between the first "<" and the first ">".
+bool OpensWithData(const uint8_t* bytes, size_t length) {
+  const auto* open = static_cast<const uint8_t*>(std::memchr(bytes, '<', length));
+  if (!open) return false;
+  for (const uint8_t* p = open + 1; p < bytes + length; ++p) {
+    if (*p == '>') return true;
+    if (!std::isxdigit(*p) && !std::isspace(*p)) return false;
+  }
+  return false;
+}
+
+CFPropertyListRef ReadPropertyList(const uint8_t* bytes, size_t size, CFOptionFlags options,
+                                   CFPropertyListFormat* format, CFErrorRef* error) {
+  try {
+    PropertyListBuilder builder(options);
+    CFPropertyListRef result = nullptr;
+    CFPropertyListFormat found;
+    if (HasBinaryHeader(bytes, size)) {
+      found = kCFPropertyListBinaryFormat_v1_0;
+      result = ReadBinaryPropertyList(bytes, size, builder);
+      if (!result) Fail(error, kCFPropertyListReadCorruptError, "Binary property list is malformed or not supported");
+    } else {
+      bool markup = StartsWithMarkup(bytes, size);
+      found = kCFPropertyListXMLFormat_v1_0;
+      if (markup) result = ReadXMLPropertyList(bytes, size, builder);
+      if (!result) {
+        std::string why;
+        found = kCFPropertyListOpenStepFormat;
+        result = ReadOpenStepPropertyList(bytes, size, builder, &why);
+        if (!result)
+          Fail(error, kCFPropertyListReadCorruptError,
+               markup && !OpensWithData(bytes, size) ? "XML property list is malformed" : why);
+      }
+    }
+    if (result && format) *format = found;
+    return result;
+  } catch (const std::bad_alloc&) {
+    Fail(error, kCFPropertyListReadCorruptError, "Out of memory while reading the property list");
+    return nullptr;
+  }
+}
+
+bool WritePropertyList(CFPropertyListRef plist, CFPropertyListFormat format, std::string* out, CFErrorRef* error) {
+  try {
+    if (format == kCFPropertyListOpenStepFormat) {
+      Fail(error, kPropertyListWriteInvalidError,
+           "Property list format kCFPropertyListOpenStepFormat not supported for writing");
+      return false;
+    }
+    if (format != kCFPropertyListXMLFormat_v1_0 && format != kCFPropertyListBinaryFormat_v1_0) {
+      Fail(error, kPropertyListWriteInvalidError, "Unknown property list format " + std::to_string(format));
+      return false;
+    }
+    bool written = plist && (format == kCFPropertyListXMLFormat_v1_0 ? WriteXMLPropertyList(plist, out)
+                                                                     : WriteBinaryPropertyList(plist, out));
+    if (!written)
+      Fail(error, kPropertyListWriteInvalidError,
+           "Property list invalid for format: " + std::to_string(format) +
+               " (property lists cannot contain objects of this type, cycles or nesting this deep)");
+    return written;
+  } catch (const std::bad_alloc&) {
+    Fail(error, kCFPropertyListWriteStreamError, "Out of memory while writing the property list");
+    return false;
+  }
+}
+
 }  // namespace zrp
 
 extern "C" {
@@ -239,32 +332,27 @@ extern "C" {
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat* format, CFErrorRef* error) {
   if (error) *error = nullptr;
-  if (!data) return nullptr;
-  const UInt8* bytes = CFDataGetBytePtr(data);
-  CFIndex length = CFDataGetLength(data);
-  if (length <= 0 || static_cast<size_t>(length) > zrp::kMaxPropertyListBytes) return nullptr;
-  zrp::PropertyListBuilder builder(options);
-  auto size = static_cast<size_t>(length);
-  CFPropertyListRef result;
-  CFPropertyListFormat found;
-  if (zrp::HasBinaryHeader(bytes, size)) {
-    result = zrp::ReadBinaryPropertyList(bytes, size, builder);
-    found = kCFPropertyListBinaryFormat_v1_0;
-  } else {
-    result = zrp::ReadXMLPropertyList(bytes, size, builder);
-    found = kCFPropertyListXMLFormat_v1_0;
+  CFIndex length = data ? CFDataGetLength(data) : 0;
+  if (length <= 0) {
+    zrp::Fail(error, kCFPropertyListReadCorruptError, "Cannot parse a NULL or zero-length data");
+    return nullptr;
   }
-  if (result && format) *format = found;
-  return result;
+  if (static_cast<size_t>(length) > zrp::kMaxPropertyListBytes) {
+    zrp::Fail(error, kCFPropertyListReadCorruptError, "Property list data is larger than 256 MB");
+    return nullptr;
+  }
+  return zrp::ReadPropertyList(CFDataGetBytePtr(data), static_cast<size_t>(length), options, format, error);
 }
 
 CFDataRef CFPropertyListCreateData(CFAllocatorRef, CFPropertyListRef propertyList, CFPropertyListFormat format,
                                    CFOptionFlags, CFErrorRef* error) {
   if (error) *error = nullptr;
-  if (!propertyList || format != kCFPropertyListXMLFormat_v1_0) return nullptr;
-  std::string xml;
-  if (!zrp::WriteXMLPropertyList(propertyList, &xml)) return nullptr;
-  return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(xml.data()), static_cast<CFIndex>(xml.size()));
+  std::string bytes;
+  if (!zrp::WritePropertyList(propertyList, format, &bytes, error)) return nullptr;
+  CFDataRef result =
+      CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()));
+  if (!result) zrp::Fail(error, kCFPropertyListWriteStreamError, "Cannot allocate the property list's data");
+  return result;
 }
 
 Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format) {

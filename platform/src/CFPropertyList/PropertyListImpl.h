@@ -7,6 +7,7 @@
 #include <CoreFoundation/CFData.h>
 #include <CoreFoundation/CFDate.h>
 #include <CoreFoundation/CFDictionary.h>
+#include <CoreFoundation/CFError.h>
 #include <CoreFoundation/CFNumber.h>
 #include <CoreFoundation/CFPropertyList.h>
 #include <CoreFoundation/CFString.h>
@@ -94,6 +95,22 @@ CFPropertyListRef ReadBinaryPropertyList(const uint8_t* bytes, size_t length, co
 // Appends the XML form of plist to out, as the platform writes it; false when plist holds
 // anything a property list cannot (the output is then incomplete).
 bool WriteXMLPropertyList(CFPropertyListRef plist, std::string* out);
+// Reads the old-style (OpenStep) form: every leaf is a string (or data for "<hex>"). NULL on
+// malformed or hostile input, with the reason in *why.
+CFPropertyListRef ReadOpenStepPropertyList(const uint8_t* bytes, size_t length, const PropertyListBuilder& builder,
+                                           std::string* why);
+// Reads any of the three forms, telling which in *format and the failure in *error (each may be
+// NULL), as CFPropertyListCreateWithData does.
+CFPropertyListRef ReadPropertyList(const uint8_t* bytes, size_t length, CFOptionFlags options,
+                                   CFPropertyListFormat* format, CFErrorRef* error);
+// Appends plist in the format (XML or binary); false, with *error filled when given, otherwise.
+bool WritePropertyList(CFPropertyListRef plist, CFPropertyListFormat format, std::string* out, CFErrorRef* error);
+// Stores a new property-list error in *error when error is given and *error is still empty.
+void Fail(CFErrorRef* error, CFIndex code, const std::string& debugDescription);
+
+// Appends the binary form of plist ("bplist00"); false when plist holds anything a property
+// list cannot (the output is then left as it was).
+bool WriteBinaryPropertyList(CFPropertyListRef plist, std::string* out);
 
 // The dictionary that the bytes hold as a property list of either form, immutable; NULL when they
 // hold anything else or cannot be read. For the files the host reads itself (information property

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "CFNumber/NumberImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
 
@@ -102,9 +103,14 @@ class XMLWriter {
         *out_ += "<real>" + FormatReal(value) + "</real>\n";
       } else {
         int64_t value = 0;
-        CFNumberGetValue(number, kCFNumberSInt64Type, &value);
+        uint64_t unsignedValue = 0;
         char buffer[32];
-        std::snprintf(buffer, sizeof buffer, "%" PRId64, value);
+        if (NumberGetUnsigned64(number, &unsignedValue)) {
+          std::snprintf(buffer, sizeof buffer, "%" PRIu64, unsignedValue);
+        } else {
+          CFNumberGetValue(number, kCFNumberSInt64Type, &value);
+          std::snprintf(buffer, sizeof buffer, "%" PRId64, value);
+        }
         *out_ += "<integer>" + std::string(buffer) + "</integer>\n";
       }
     } else if (type == CFDateGetTypeID()) {

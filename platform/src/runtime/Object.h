@@ -26,6 +26,11 @@ enum : CFTypeID {
   kTypeIDAttributedString,
   kTypeIDURL,
   kTypeIDFont,
+  kTypeIDError,
+  kTypeIDReadStream,
+  kTypeIDWriteStream,
+  kTypeIDColorSpace,
+  kTypeIDColor,
   kTypeIDFirstDynamic = 64
 };
 

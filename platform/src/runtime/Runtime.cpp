@@ -25,9 +25,26 @@ std::vector<std::string>& DynamicTypeNames() {
   return *names;
 }
 
-const char* const kBuiltinTypeNames[] = {
-    nullptr,  "CFNull",   "CFBoolean",         "CFNumber", "CFString",           "CFData", "CFArray", "CFDictionary",
-    "CFDate", "CFLocale", "CFNumberFormatter", "CFBundle", "CFAttributedString", "CFURL",  "NSFont"};
+const char* const kBuiltinTypeNames[] = {nullptr,
+                                         "CFNull",
+                                         "CFBoolean",
+                                         "CFNumber",
+                                         "CFString",
+                                         "CFData",
+                                         "CFArray",
+                                         "CFDictionary",
+                                         "CFDate",
+                                         "CFLocale",
+                                         "CFNumberFormatter",
+                                         "CFBundle",
+                                         "CFAttributedString",
+                                         "CFURL",
+                                         "NSFont",
+                                         "CFError",
+                                         "CFReadStream",
+                                         "CFWriteStream",
+                                         "CGColorSpace",
+                                         "CGColor"};
 
 }  // namespace
 
