@@ -39,6 +39,10 @@ CF_EXPORT CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocato
 // deeper than 512, with a new error in *error when given (code 3852, NSPropertyListWriteInvalidError).
 CF_EXPORT CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator, CFPropertyListRef propertyList,
                                              CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);
+// A deep copy of the property list with the mutability asked for (the options of reading);
+// NULL when it holds anything a property list cannot, or an allocation fails.
+CF_EXPORT CFPropertyListRef CFPropertyListCreateDeepCopy(CFAllocatorRef allocator, CFPropertyListRef propertyList,
+                                                         CFOptionFlags mutabilityOption);
 CF_EXPORT Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format);
 
 // The older calls: the XML form of a property list (as CFPropertyListCreateData writes it), and

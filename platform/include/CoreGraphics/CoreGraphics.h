@@ -1,7 +1,9 @@
-// CoreGraphics.h: the graphics object types (the library only holds and releases them).
+// CoreGraphics.h: colours and colour spaces; the other graphics object types, which the library
+// only holds and releases.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreGraphics/CGColor.h>
 
 typedef struct CGShading* CGShadingRef;
 typedef struct CGPath* CGMutablePathRef;
@@ -11,8 +13,6 @@ typedef struct CGLayer* CGLayerRef;
 typedef struct CGImage* CGImageRef;
 typedef struct CGDataProvider* CGDataProviderRef;
 typedef struct CGContext* CGContextRef;
-typedef struct CGColorSpace* CGColorSpaceRef;
-typedef struct CGColor* CGColorRef;
 
 #include <CoreGraphics/CGDirectDisplay.h>
 #include <CoreGraphics/CGGeometry.h>

@@ -355,6 +355,20 @@ CFDataRef CFPropertyListCreateData(CFAllocatorRef, CFPropertyListRef propertyLis
   return result;
 }
 
+CFPropertyListRef CFPropertyListCreateDeepCopy(CFAllocatorRef, CFPropertyListRef propertyList,
+                                               CFOptionFlags mutabilityOption) {
+  // Through the binary form: it keeps every kind exactly, and its reader makes the objects
+  // under the options.
+  try {
+    std::string bytes;
+    if (!propertyList || !zrp::WriteBinaryPropertyList(propertyList, &bytes)) return nullptr;
+    zrp::PropertyListBuilder builder(mutabilityOption);
+    return zrp::ReadBinaryPropertyList(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), builder);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListFormat format) {
   if (format != kCFPropertyListOpenStepFormat && format != kCFPropertyListXMLFormat_v1_0 &&
       format != kCFPropertyListBinaryFormat_v1_0)

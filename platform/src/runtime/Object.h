@@ -75,9 +75,10 @@ T* New(Args&&... args) {
 inline const Object* AsObject(CFTypeRef cf) { return static_cast<const Object*>(cf); }
 inline Object* AsMutableObject(CFTypeRef cf) { return const_cast<Object*>(static_cast<const Object*>(cf)); }
 
-// Registers a class that is not one of the host's own; returns its new type identifier.
-CFTypeID RegisterType(const char* name);
 // The name a type identifier was registered under, or NULL.
 const char* TypeName(CFTypeID typeID);
+// The name of the application's class whose instances have the type identifier (one at or above
+// kTypeIDFirstDynamic, handed out by the class table), or NULL.
+const char* ClassNameOfType(CFTypeID typeID);
 
 }  // namespace zrp

@@ -19,12 +19,6 @@ std::atomic<long> gLiveObjects{0};
 thread_local long tAllocationCount = 0;
 thread_local long tFailCountdown = 0;
 
-std::mutex gTypeMutex;
-std::vector<std::string>& DynamicTypeNames() {
-  static auto* names = new std::vector<std::string>();
-  return *names;
-}
-
 const char* const kBuiltinTypeNames[] = {nullptr,
                                          "CFNull",
                                          "CFBoolean",
@@ -81,18 +75,10 @@ CFStringRef Object::copyDescription() const {
                                   static_cast<const void*>(kCFAllocatorSystemDefault));
 }
 
-CFTypeID RegisterType(const char* name) {
-  std::lock_guard<std::mutex> lock(gTypeMutex);
-  DynamicTypeNames().emplace_back(name ? name : "");
-  return kTypeIDFirstDynamic + DynamicTypeNames().size() - 1;
-}
-
 const char* TypeName(CFTypeID typeID) {
   if (typeID < sizeof(kBuiltinTypeNames) / sizeof(kBuiltinTypeNames[0])) return kBuiltinTypeNames[typeID];
   if (typeID < kTypeIDFirstDynamic) return nullptr;
-  std::lock_guard<std::mutex> lock(gTypeMutex);
-  size_t index = typeID - kTypeIDFirstDynamic;
-  return index < DynamicTypeNames().size() ? DynamicTypeNames()[index].c_str() : nullptr;
+  return ClassNameOfType(typeID);
 }
 
 namespace {
