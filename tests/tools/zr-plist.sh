@@ -17,19 +17,21 @@ cat > "$work/sample.plist" <<'XML'
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
 <dict>
-	<key>name</key>
-	<string>Stock é</string>
+	<key>big</key>
+	<integer>18446744073709551615</integer>
 	<key>list</key>
 	<array>
 		<integer>-3</integer>
 		<real>2.5</real>
 		<true/>
 		<date>2020-02-29T12:00:00Z</date>
-		<data>AAEC</data>
+		<data>
+		AAEC
+		</data>
 		<array/>
 	</array>
-	<key>big</key>
-	<integer>18446744073709551615</integer>
+	<key>name</key>
+	<string>Stock é</string>
 </dict>
 </plist>
 XML
@@ -49,7 +51,7 @@ printed='{
 expect print-xml "$printed" "$("$zr" plist print "$work/sample.plist")"
 expect lint-xml "$work/sample.plist: OK" "$("$zr" plist lint "$work/sample.plist")"
 
-# To binary and back: the XML comes back byte for byte.
+# To binary and back: the XML (as the platform writes it) comes back byte for byte.
 "$zr" plist convert -format binary1 "$work/sample.plist" -o "$work/sample.bplist"
 expect binary-header "bplist00" "$(head -c 8 "$work/sample.bplist")"
 expect print-binary "$printed" "$("$zr" plist print "$work/sample.bplist")"
