@@ -101,6 +101,17 @@ const char* ClassNameOfType(CFTypeID typeID) {
   return index < table.byType.size() ? table.byType[index]->name.c_str() : nullptr;
 }
 
+CFTypeID RegisterType(const char* name) {
+  Table& table = TheTable();
+  std::lock_guard<std::mutex> lock(table.mutex);
+  auto found = table.byName.find(name);
+  if (found != table.byName.end() && found->second->typeID) return found->second->typeID;
+  Class cls = found != table.byName.end() ? found->second : table.add(name, table.byName.at("NSObject"));
+  table.byType.push_back(cls);
+  cls->typeID = kTypeIDFirstDynamic + table.byType.size() - 1;
+  return cls->typeID;
+}
+
 }  // namespace zrp
 
 extern "C" {

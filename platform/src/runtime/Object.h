@@ -75,6 +75,9 @@ T* New(Args&&... args) {
 inline const Object* AsObject(CFTypeRef cf) { return static_cast<const Object*>(cf); }
 inline Object* AsMutableObject(CFTypeRef cf) { return const_cast<Object*>(static_cast<const Object*>(cf)); }
 
+// Registers a host class that is not one of the fixed kinds, below NSObject in the class table
+// (once: the same name gives the same identifier); returns its type identifier.
+CFTypeID RegisterType(const char* name);
 // The name a type identifier was registered under, or NULL.
 const char* TypeName(CFTypeID typeID);
 // The name of the application's class whose instances have the type identifier (one at or above
