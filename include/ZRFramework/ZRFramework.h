@@ -363,6 +363,16 @@ ZR_EXPORT UInt32 ZRGetNumberOfProcessors(void);
 // Whether a process of the signature runs; the first in the system's order wins and its serial
 // number goes to *outProcessSerialNumber (when not NULL; untouched otherwise). Never logs.
 ZR_EXPORT Boolean ZRApplicationWithSignatureIsRunning(OSType inSignature, ProcessSerialNumber* outProcessSerialNumber);
+// Finds the application of the signature (LSFindApplicationForInfo) and launches it
+// (LSOpenApplication, kLSLaunchDefaults: one already running is not started again); its serial
+// number goes to *outProcessSerialNumber when not NULL. Fails with the status of either call.
+ZR_EXPORT OSStatus ZRLaunchApplicationWithSignature(OSType inSignature, ProcessSerialNumber* outProcessSerialNumber,
+                                                    Boolean inLog);
+// noErr with the running application's number when one of the signature runs; else
+// ZRLaunchApplicationWithSignature.
+ZR_EXPORT OSStatus ZRLaunchApplicationWithSignatureIfNecessary(OSType inSignature,
+                                                               ProcessSerialNumber* outProcessSerialNumber,
+                                                               Boolean inLog);
 // Sends the event of the class 'aevt' to the system process without waiting for a reply. Fails
 // with the status of AECreateDesc or AECreateAppleEvent; a failed AESend is only logged: noErr.
 ZR_EXPORT OSStatus ZRSendAppleEventToSystemProcess(AEEventID inEventID, Boolean inLog);

@@ -1,6 +1,7 @@
 // ZRApplications.cpp: finding a running application by its signature, launching one, and the
 // system process's Apple events: sleep, shut down, restart and log out.
 #include <ZRFramework/ZRFramework.h>
+#include <string.h>
 
 #include "diagnostics/Frame.h"
 
@@ -19,6 +20,35 @@ Boolean ZRApplicationWithSignatureIsRunning(OSType inSignature, ProcessSerialNum
   }
   if (outProcessSerialNumber) *outProcessSerialNumber = processSerialNumber;
   return true;
+}
+
+OSStatus ZRLaunchApplicationWithSignature(OSType inSignature, ProcessSerialNumber* outProcessSerialNumber,
+                                          Boolean inLog) {
+  FSRef application;
+  memset(&application, 0, sizeof(application));
+  OSStatus status = LSFindApplicationForInfo(inSignature, NULL, NULL, &application, NULL);
+  if (status != noErr) {
+    ZR_LOG_ERROR(inLog, CFSTR("LSFindApplicationForInfo returns %@"), ZRCarbonErrorString(status));
+    return status;
+  }
+
+  LSApplicationParameters parameters;
+  memset(&parameters, 0, sizeof(parameters));
+  parameters.version = 0;
+  parameters.flags = kLSLaunchDefaults;
+  parameters.application = &application;
+  status = LSOpenApplication(&parameters, outProcessSerialNumber);
+  if (status != noErr) {
+    ZR_LOG_ERROR(inLog, CFSTR("LSOpenApplication returns %@"), ZRCarbonErrorString(status));
+    return status;
+  }
+  return noErr;
+}
+
+OSStatus ZRLaunchApplicationWithSignatureIfNecessary(OSType inSignature, ProcessSerialNumber* outProcessSerialNumber,
+                                                     Boolean inLog) {
+  if (ZRApplicationWithSignatureIsRunning(inSignature, outProcessSerialNumber)) return noErr;
+  return ZRLaunchApplicationWithSignature(inSignature, outProcessSerialNumber, inLog);
 }
 
 OSStatus ZRSendAppleEventToSystemProcess(AEEventID inEventID, Boolean inLog) {

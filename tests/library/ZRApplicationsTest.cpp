@@ -1,8 +1,10 @@
 // ZRApplicationsTest.cpp: finding a running application by signature, and the system process's
 // events through a private bus with a mock logind: each reaches its method; a failed send is
-// only a line in the log; failures to make the event report their status.
+// only a line in the log; failures to make the event report their status. Applications launched
+// by signature from the fixture folder, once.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -134,6 +136,92 @@ TEST_F(ApplicationsTest, FailingToMakeTheTargetOrEventReturnsItsStatus) {
   EXPECT_EQ(ZRLogoutComputer(false), memFullErr);
   ZRTestingFailAllocation(2);
   EXPECT_EQ(ZRLogoutComputer(false), memFullErr);
+  EXPECT_TRUE(log_.lines().empty());
+}
+
+// The processes that carry the signature.
+int RunningCount(OSType signature) {
+  int count = 0;
+  ProcessSerialNumber psn = {0, kNoProcess};
+  while (GetNextProcess(&psn) == noErr) {
+    ProcessInfoRec info = {};
+    info.processInfoLength = sizeof info;
+    if (GetProcessInformation(&psn, &info) == noErr && info.processSignature == signature) ++count;
+  }
+  return count;
+}
+
+// A copy of the fixture application with a signature of its own, alone in its folder, so that
+// tests running at the same time never see each other's processes.
+constexpr OSType kLaunchedSignature = 0x5A526C61;  // 'ZRla'
+
+class LaunchTest : public ApplicationsTest {
+ protected:
+  void SetUp() override {
+    folder_ = zrtest::MakeTemporaryFolder("apps");
+    ASSERT_FALSE(folder_.empty());
+    ASSERT_TRUE(zrtest::MakeApplicationBundle(folder_, "Launched", "ZRla", "org.zrframework.launched",
+                                              std::string(ZR_FIXTURE_APP_PATH) + "/Contents/MacOS/ZRFixtureApp"));
+    setenv("ZR_APPLICATION_FOLDERS", folder_.c_str(), 1);
+  }
+  void TearDown() override {
+    ProcessSerialNumber psn;
+    while (ZRApplicationWithSignatureIsRunning(kLaunchedSignature, &psn)) {
+      pid_t pid = -1;
+      ASSERT_EQ(GetProcessPID(&psn, &pid), noErr);
+      ASSERT_TRUE(zrtest::StopProcess(pid));
+    }
+    unsetenv("ZR_APPLICATION_FOLDERS");
+    zrtest::RemoveFolder(folder_);
+    ApplicationsTest::TearDown();
+  }
+
+  std::string folder_;
+};
+
+TEST_F(LaunchTest, LaunchesBySignatureAndOnlyWhenNecessary) {
+  ASSERT_EQ(RunningCount(kLaunchedSignature), 0);
+  ProcessSerialNumber launched = {77, 88};
+  ASSERT_EQ(ZRLaunchApplicationWithSignatureIfNecessary(kLaunchedSignature, &launched, true), noErr);
+  EXPECT_EQ(RunningCount(kLaunchedSignature), 1);
+  ProcessSerialNumber running = {};
+  ASSERT_TRUE(ZRApplicationWithSignatureIsRunning(kLaunchedSignature, &running));
+  EXPECT_EQ(launched.highLongOfPSN, running.highLongOfPSN);
+  EXPECT_EQ(launched.lowLongOfPSN, running.lowLongOfPSN);
+
+  ProcessSerialNumber again = {};
+  EXPECT_EQ(ZRLaunchApplicationWithSignatureIfNecessary(kLaunchedSignature, &again, true), noErr);
+  EXPECT_EQ(again.highLongOfPSN, running.highLongOfPSN);
+  EXPECT_EQ(again.lowLongOfPSN, running.lowLongOfPSN);
+  // Launching outright does not start a second one either: the platform's default launch.
+  EXPECT_EQ(ZRLaunchApplicationWithSignature(kLaunchedSignature, nullptr, true), noErr);
+  EXPECT_EQ(RunningCount(kLaunchedSignature), 1);
+  EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(LaunchTest, UnknownSignatureIsNotFound) {
+  ProcessSerialNumber psn = {77, 88};
+  EXPECT_EQ(ZRLaunchApplicationWithSignature(0x7A7A7A7A, &psn, true), kLSApplicationNotFoundErr);
+  ASSERT_EQ(log_.lines().size(), 1u);
+  EXPECT_EQ(WithoutLines(log_.lines())[0],
+            StatusLine("ZRLaunchApplicationWithSignature", CFSTR("LSFindApplicationForInfo returns %@"),
+                       kLSApplicationNotFoundErr));
+  EXPECT_EQ(psn.highLongOfPSN, 77u);
+  log_.clear();
+  EXPECT_EQ(ZRLaunchApplicationWithSignatureIfNecessary(0x7A7A7A7A, &psn, false), kLSApplicationNotFoundErr);
+  EXPECT_EQ(ZRLaunchApplicationWithSignature(0x7A7A7A7A, nullptr, false), kLSApplicationNotFoundErr);
+  EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(LaunchTest, ABundleThatCannotRunReportsTheLaunch) {
+  ASSERT_TRUE(zrtest::MakeApplicationBundle(folder_, "Empty", "ZRem", "org.example.empty", ""));
+  constexpr OSType kEmptySignature = 0x5A52656D;  // 'ZRem'
+  EXPECT_EQ(ZRLaunchApplicationWithSignatureIfNecessary(kEmptySignature, nullptr, true), kLSNoExecutableErr);
+  ASSERT_EQ(log_.lines().size(), 1u);
+  EXPECT_EQ(WithoutLines(log_.lines())[0],
+            StatusLine("ZRLaunchApplicationWithSignature", CFSTR("LSOpenApplication returns %@"), kLSNoExecutableErr));
+  log_.clear();
+  EXPECT_EQ(ZRLaunchApplicationWithSignature(kEmptySignature, nullptr, false), kLSNoExecutableErr);
   EXPECT_TRUE(log_.lines().empty());
 }
 

@@ -1,17 +1,20 @@
 // TestSupport.cpp: helpers shared by the test suites.
 #include "TestSupport.h"
 
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <thread>
 
 namespace zrtest {
 
@@ -265,6 +268,39 @@ bool AddDrmRenderNode(const std::string& root, int card) {
   std::string device = root + "/class/drm/card" + std::to_string(card) + "/device/drm/";
   return WriteFile(device + "card" + std::to_string(card) + "/dev", "226:0\n") &&
          WriteFile(device + "renderD" + std::to_string(128 + card) + "/dev", "226:128\n");
+}
+
+bool MakeApplicationBundle(const std::string& folder, const std::string& name, const std::string& signature,
+                           const std::string& identifier, const std::string& executable) {
+  std::string contents = folder + "/" + name + ".app/Contents";
+  std::string body = "<dict>\n\t<key>CFBundleExecutable</key>\n\t<string>" + name +
+                     "</string>\n\t<key>CFBundleIdentifier</key>\n\t<string>" + identifier +
+                     "</string>\n\t<key>CFBundlePackageType</key>\n\t<string>APPL</string>\n";
+  if (!signature.empty()) body += "\t<key>CFBundleSignature</key>\n\t<string>" + signature + "</string>\n";
+  body += "</dict>\n";
+  if (!WriteFile(contents + "/Info.plist", XMLPropertyList(body))) return false;
+  std::error_code error;
+  std::filesystem::create_directories(contents + "/MacOS", error);
+  if (error) return false;
+  if (executable.empty()) return true;
+  std::filesystem::copy_file(executable, contents + "/MacOS/" + name, error);
+  return !error;
+}
+
+bool StopProcess(pid_t pid) {
+  if (pid <= 0) return false;
+  kill(pid, SIGKILL);
+  for (int i = 0; i < 500; ++i) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!stat || !std::getline(stat, line)) return true;
+    size_t close = line.rfind(')');
+    if (close != std::string::npos && close + 2 < line.size() && (line[close + 2] == 'Z' || line[close + 2] == 'X')) {
+      return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
 }
 
 }  // namespace zrtest

@@ -161,4 +161,14 @@ bool AddDrmConnector(const std::string& root, int card, const std::string& conne
 // Gives card<card> of a fixture sysfs tree a render node, as a GPU's device has.
 bool AddDrmRenderNode(const std::string& root, int card);
 
+// Lays out the application bundle "<folder>/<name>.app" with an Info.plist of the signature
+// (four characters, "" for none) and identifier, whose executable Contents/MacOS/<name> is a copy
+// of the program at executable ("" for a bundle without one). False when it could not be made.
+bool MakeApplicationBundle(const std::string& folder, const std::string& name, const std::string& signature,
+                           const std::string& identifier, const std::string& executable);
+
+// Kills the process (which need not be a child of this one) and waits, up to five seconds, until
+// it has ended. True when it is gone or only a zombie is left.
+bool StopProcess(pid_t pid);
+
 }  // namespace zrtest

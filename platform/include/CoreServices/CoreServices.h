@@ -1,6 +1,6 @@
 // CoreServices.h: statuses and their texts, memory handles, metadata types, the Script
 // Manager's keyboard variables, resources, Unicode keyboard layouts and comparison, file
-// references and folders.
+// references and folders, Launch Services.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -9,6 +9,7 @@
 #include <CoreServices/Files.h>
 #include <CoreServices/Folders.h>
 #include <CoreServices/Gestalt.h>
+#include <CoreServices/LaunchServices.h>
 #include <CoreServices/LowMem.h>
 #include <CoreServices/MacErrors.h>
 #include <CoreServices/MacMemory.h>
