@@ -216,6 +216,95 @@ ZR_EXPORT void ZRSetLOCStringRefOfDictionaryRef(CFMutableDictionaryRef ioDiction
 ZR_EXPORT CFMutableDictionaryRef ZRCreateMutableDictionaryRef(void);
 
 // ---------------------------------------------------------------------------------------------
+// Preferences: typed preference accessors
+// ---------------------------------------------------------------------------------------------
+
+// The running application's preferences (kCFPreferencesCurrentApplication) by type, one key at a
+// time. No inLog, no status and no ERROR line. Setters take the value first and the key second,
+// do nothing for a NULL key (or a NULL string or date), and never synchronize. Getters take the key
+// first and the default second; they answer with the default when the key is NULL, the value
+// missing or of another type. Numbers follow the dictionary accessors' rules.
+
+// CFPreferencesAppSynchronize of the current application: writes the changed keys out.
+ZR_EXPORT Boolean ZRSynchronizePreferences(void);
+ZR_EXPORT void ZRSetBoolOfPreferencesKey(Boolean inBool, CFStringRef inKeyStringRef);
+ZR_EXPORT void ZRSetStringRefOfPreferencesKey(CFStringRef inStringRef, CFStringRef inKeyStringRef);
+ZR_EXPORT void ZRSetDateRefOfPreferencesKey(CFDateRef inDateRef, CFStringRef inKeyStringRef);
+ZR_EXPORT void ZRSetIntegerOfPreferencesKey(int inInteger, CFStringRef inKeyStringRef);
+ZR_EXPORT void ZRSetFloatOfPreferencesKey(float inFloat, CFStringRef inKeyStringRef);
+ZR_EXPORT void ZRSetDoubleOfPreferencesKey(double inDouble, CFStringRef inKeyStringRef);
+// True when the key holds a value of any type.
+ZR_EXPORT Boolean ZRPreferencesHaveKey(CFStringRef inKeyStringRef);
+// A Boolean object only: a number, even 1, gives the default.
+ZR_EXPORT Boolean ZRGetBoolOfPreferencesKey(CFStringRef inKeyStringRef, Boolean inDefaultBool);
+ZR_EXPORT int ZRGetIntegerOfPreferencesKey(CFStringRef inKeyStringRef, int inDefaultInteger);
+ZR_EXPORT float ZRGetFloatOfPreferencesKey(CFStringRef inKeyStringRef, float inDefaultFloat);
+ZR_EXPORT double ZRGetDoubleOfPreferencesKey(CFStringRef inKeyStringRef, double inDefaultDouble);
+// The stored string, else a new copy of inDefaultStringRef, else NULL; the caller owns the result.
+ZR_EXPORT CFStringRef ZRCopyStringRefOfPreferencesKey(CFStringRef inKeyStringRef, CFStringRef inDefaultStringRef);
+// The same in another application's domain (its identifier); a NULL key or identifier gives the
+// copy of the default.
+ZR_EXPORT CFStringRef ZRCopyStringRefOfPreferencesKeyOfApplication(CFStringRef inKeyStringRef,
+                                                                   CFStringRef inApplicationStringRef,
+                                                                   CFStringRef inDefaultStringRef);
+// The stored value when of the kind (the caller owns it), else NULL.
+ZR_EXPORT CFDateRef ZRCopyDateRefOfPreferencesKey(CFStringRef inKeyStringRef);
+ZR_EXPORT CFArrayRef ZRCopyArrayRefOfPreferencesKey(CFStringRef inKeyStringRef);
+ZR_EXPORT CFDictionaryRef ZRCopyDictionaryRefOfPreferencesKey(CFStringRef inKeyStringRef);
+// A dictionary from another application's domain; the identifier is passed on unchecked.
+ZR_EXPORT CFDictionaryRef ZRCopyDictionaryRefOfExternalPreferencesKey(CFStringRef inKeyStringRef,
+                                                                      CFStringRef inApplicationStringRef);
+
+// ---------------------------------------------------------------------------------------------
+// Preferences: the application's preference keys and defaults
+// ---------------------------------------------------------------------------------------------
+
+ZR_EXPORT const CFStringRef kZRPreferencesCheckAutomaticallyForUpdatesKey;  // "ZRCheckAutomaticallyForUpdates"
+ZR_EXPORT const CFStringRef kZRPreferencesCheckCurrenciesIntervalKey;       // "ZRCheckCurrenciesInterval"
+ZR_EXPORT const CFStringRef kZRPreferencesCheckQuotesIntervalKey;           // "ZRCheckQuotesInterval"
+ZR_EXPORT const CFStringRef kZRPreferencesCurrencyTableColumnsKey;          // "ZRCurrencyTableColumns"
+ZR_EXPORT const CFStringRef kZRPreferencesFloatTickerKey;                   // "ZRFloatTicker"
+ZR_EXPORT const CFStringRef kZRPreferencesFontSizeKey;                      // "ZRFontSize"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryEMAPopUpKey;               // "ZRHistoryEMAPopUp"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryGraphTypePopUpKey;         // "ZRHistoryGraphTypePopUp"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryMAPopUpKey;                // "ZRHistoryMAPopUp"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryOverlayPopUpKey;           // "ZRHistoryOverlayPopUp"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryRangePopUpKey;             // "ZRHistoryRangePopUp"
+ZR_EXPORT const CFStringRef kZRPreferencesHistoryLinearKey;                 // "ZRHistoryLinear"
+ZR_EXPORT const CFStringRef kZRPreferencesInfoViewWidthKey;                 // "ZRInfoViewWidth"
+ZR_EXPORT const CFStringRef kZRPreferencesLastViewTypeKey;                  // "ZRLastViewType"
+ZR_EXPORT const CFStringRef kZRPreferencesDecimalPlacesTypeKey;             // "ZRDecimalPlacesType"
+ZR_EXPORT const CFStringRef kZRPreferencesOnlyDisplayTradedStocksInTickerKey;  // "ZROnlyDisplayTradedStocksInTicker"
+ZR_EXPORT const CFStringRef kZRPreferencesPortfolioBaseTypeKey;             // "ZRPortfolioBaseType"
+ZR_EXPORT const CFStringRef kZRPreferencesPortfolioTableColumnsKey;         // "ZRPortfolioTableColumns"
+ZR_EXPORT const CFStringRef kZRPreferencesQuoteTableColumnsKey;             // "ZRQuoteTableColumns"
+ZR_EXPORT const CFStringRef kZRPreferencesShowInfoViewKey;                  // "ZRShowInfoView"
+ZR_EXPORT const CFStringRef kZRPreferencesTargetCurrencyKey;                // "ZRTargetCurrency"
+ZR_EXPORT const CFStringRef kZRPreferencesTickerAppearanceKey;              // "ZRTickerAppearance"
+ZR_EXPORT const CFStringRef kZRPreferencesTickerIsActiveKey;                // "ZRTickerIsActive"
+ZR_EXPORT const CFStringRef kZRPreferencesTickerWindowTransparencyKey;      // "ZRTickerWindowTransparency"
+ZR_EXPORT const CFStringRef kZRPreferencesYahooCountryKey;                  // "ZRYahooCountry"
+
+ZR_EXPORT const Boolean kZRDefaultCheckAutomaticallyForUpdates;     // true
+ZR_EXPORT const int kZRDefaultCheckCurrenciesInterval;              // 2
+ZR_EXPORT const int kZRDefaultCheckQuotesInterval;                  // 2
+ZR_EXPORT const Boolean kZRDefaultFloatTicker;                      // false
+ZR_EXPORT const float kZRDefaultFontSize;                           // 12.0
+ZR_EXPORT const float kZRDefaultInfoViewWidth;                      // 250.0
+ZR_EXPORT const int kZRDefaultViewType;                             // 0, for "ZRLastViewType"
+ZR_EXPORT const int kZRDefaultDecimalPlacesType;                    // 0
+ZR_EXPORT const Boolean kZRDefaultOnlyDisplayTradedStocksInTicker;  // false
+ZR_EXPORT const int kZRDefaultPortfolioBaseType;                    // 0
+ZR_EXPORT const Boolean kZRDefaultShowInfoView;                     // false
+ZR_EXPORT const int kZRDefaultTargetCurrency;                       // 140
+ZR_EXPORT const int kZRDefaultTickerAppearance;                     // 2
+ZR_EXPORT const Boolean kZRDefaultTickerIsActive;                   // false
+ZR_EXPORT const float kZRDefaultTickerWindowTransparency;           // 1.0
+ZR_EXPORT const int kZRDefaultYahooCountry;                         // 16
+// The narrowest width the application allows its information view.
+ZR_EXPORT const float kMinimumInfoViewWidth;  // 200.0
+
+// ---------------------------------------------------------------------------------------------
 // Text and formatting: size and number strings
 // ---------------------------------------------------------------------------------------------
 

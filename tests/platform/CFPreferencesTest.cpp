@@ -78,6 +78,7 @@ class CFPreferencesTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_EQ(std::string(std::getenv("XDG_CONFIG_HOME")), Home().config);
     for (const auto& entry : fs::directory_iterator(Home().config)) fs::remove_all(entry.path());
+    zrp::ForgetPreferencesInMemory();
   }
   std::string domain(const std::string& identifier) const { return Home().config + "/" + identifier + ".plist"; }
 };
@@ -134,6 +135,9 @@ TEST_F(CFPreferencesTest, ReadsFilesAgainWhenTheyChange) {
   // Same size, same inode: only the modification time tells.
   WriteFile(path, Plist("<dict><key>Value</key><string>again</string></dict>"));
   Touch(path, 10);
+  // Reads come from memory; a synchronize takes up what others wrote.
+  EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.changing"))), "first");
+  EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.changing")));
   EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.changing"))), "again");
   // Unchanged files are not read again: a rewrite that keeps size and time goes unseen.
   struct stat before;
@@ -141,10 +145,13 @@ TEST_F(CFPreferencesTest, ReadsFilesAgainWhenTheyChange) {
   WriteFile(path, Plist("<dict><key>Value</key><string>third</string></dict>"));
   timespec times[2] = {before.st_atim, before.st_mtim};
   ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.changing")));
   EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.changing"))), "again");
   Touch(path, 20);
+  EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.changing")));
   EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.changing"))), "third");
   fs::remove(path);
+  EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.changing")));
   EXPECT_EQ(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.changing")), nullptr);
 }
 
@@ -154,6 +161,7 @@ TEST_F(CFPreferencesTest, FilesWithoutADictionaryHoldNoValues) {
        {std::string("not a property list"), Plist("<array><string>Key</string></array>"), std::string()}) {
     WriteFile(domain("com.example.broken"), contents);
     Touch(domain("com.example.broken"), static_cast<long>(contents.size()) + 1);
+    EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.broken")));
     EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Key"), CFSTR("com.example.broken"))), "global");
   }
   fs::create_directory(domain("com.example.folder"));
@@ -217,6 +225,7 @@ TEST_F(CFPreferencesTest, ReadsSafelyFromManyThreads) {
         // A reader may catch the file half-written; it then finds no value, never a broken one.
         if (value && CFGetTypeID(value) != CFStringGetTypeID()) ++wrong;
         if (value) CFRelease(value);
+        if (i % 10 == 0) CFPreferencesAppSynchronize(CFSTR("com.example.threads"));
       }
     });
   }
@@ -227,6 +236,7 @@ TEST_F(CFPreferencesTest, ReadsSafelyFromManyThreads) {
   }
   for (std::thread& reader : readers) reader.join();
   EXPECT_EQ(wrong.load(), 0);
+  EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example.threads")));
   EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Value"), CFSTR("com.example.threads"))), "50");
 }
 
@@ -248,7 +258,9 @@ TEST_F(ApplicationIdentifierTest, ComesFromTheBundlesInfoPlist) {
   EXPECT_EQ(zrp::ApplicationIdentifierForExecutable(bundle + "/Contents/MacOS/fixture"), "com.example.fixture");
   // Elsewhere in or beside the bundle, the executable's name.
   EXPECT_EQ(zrp::ApplicationIdentifierForExecutable(bundle + "/Contents/Resources/fixture"), "fixture");
-  EXPECT_EQ(zrp::ApplicationIdentifierForExecutable(bundle + "/Contents/fixture"), "fixture");
+  // An executable directly in "Contents" has that folder as its flat bundle, whose information
+  // property list is the same file.
+  EXPECT_EQ(zrp::ApplicationIdentifierForExecutable(bundle + "/Contents/fixture"), "com.example.fixture");
   EXPECT_EQ(zrp::ApplicationIdentifierForExecutable(Home().root + "/Other/Contents/MacOS/tool"), "tool");
   EXPECT_EQ(zrp::ApplicationIdentifierForExecutable("/usr/bin/tool"), "tool");
   EXPECT_EQ(zrp::ApplicationIdentifierForExecutable("tool"), "tool");

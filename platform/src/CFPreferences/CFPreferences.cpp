@@ -1,21 +1,34 @@
-// CFPreferences.cpp: reading application preferences. Each domain is one property-list file,
-// "$XDG_CONFIG_HOME/<identifier>.plist" (XML or binary), and the global domain is
-// ".GlobalPreferences.plist" beside them, searched after the application's own domain.
-// Files are kept parsed in memory and read again only when they change on disk.
+// CFPreferences.cpp: application preferences. Each domain is one property-list file,
+// "$XDG_CONFIG_HOME/<identifier>.plist" (XML or binary when read, XML when written), and the global
+// domain is ".GlobalPreferences.plist" beside them, searched after the application's own domain.
+//
+// A domain is read once and kept in memory; values set by this process wait there, beside what
+// the file held, until a synchronize. A synchronize takes an advisory lock on a lock file beside
+// the domain, reads the file again, applies only this process's changed and removed keys, and
+// replaces the file atomically; so processes that set different keys keep each other's, and a
+// crash at any point leaves the old file or the new one. A synchronize with nothing to write
+// reads the file again if another process replaced it. A file that cannot be parsed reads as
+// empty and is moved aside to "<file>.corrupt" before the first write replaces it.
+#include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFPreferences.h>
 #include <CoreFoundation/CFPropertyList.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "CFBundle/BundleImpl.h"
 #include "CFPreferences/PreferencesImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
@@ -39,8 +52,49 @@ std::string HomeDirectory() {
   return std::string();
 }
 
+std::string LastComponent(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string Parent(const std::string& path) {
+  size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// What tells one version of a file from the next.
+struct FileStamp {
+  bool exists = false;
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  timespec modified{};
+
+  static FileStamp Of(const struct stat& info) { return {true, info.st_dev, info.st_ino, info.st_size, info.st_mtim}; }
+  bool operator==(const FileStamp& other) const {
+    if (exists != other.exists) return false;
+    return !exists || (device == other.device && inode == other.inode && size == other.size &&
+                       modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec);
+  }
+};
+
+// What a domain file holds.
+enum class FileState {
+  kMissing,     // no file: an empty domain
+  kDictionary,  // a property list whose root is a dictionary
+  kCorrupt,     // a regular file that holds no such property list: read as empty, kept aside on write
+  kUnreadable,  // it could not be read (not a regular file, too large, an I/O error)
+};
+
+struct FileContents {
+  FileState state = FileState::kMissing;
+  FileStamp stamp;
+  CFHolder dictionary;  // for kDictionary
+};
+
 // Reads a whole regular file of at most the property-list size limit; false otherwise.
-bool ReadFile(int fd, const struct stat& info, std::string* out) {
+bool ReadWhole(int fd, const struct stat& info, std::string* out) {
   if (!S_ISREG(info.st_mode) || info.st_size < 0 || static_cast<size_t>(info.st_size) > kMaxPropertyListBytes)
     return false;
   out->resize(static_cast<size_t>(info.st_size));
@@ -48,52 +102,335 @@ bool ReadFile(int fd, const struct stat& info, std::string* out) {
   while (done < out->size()) {
     ssize_t got = read(fd, out->data() + done, out->size() - done);
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
+    if (got < 0) return false;
+    if (got == 0) break;
     done += static_cast<size_t>(got);
   }
   out->resize(done);
   return true;
 }
 
-// The dictionary in a property-list file, or NULL.
-CFDictionaryRef CopyFileDictionary(int fd, const struct stat& info) {
+FileContents ReadDomainFile(const std::string& path) {
+  FileContents contents;
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    contents.state = errno == ENOENT ? FileState::kMissing : FileState::kUnreadable;
+    return contents;
+  }
+  struct stat info;
   std::string bytes;
-  if (!ReadFile(fd, info, &bytes)) return nullptr;
-  return CreateDictionaryFromPropertyListBytes(bytes);
+  // The stamp is that of what was actually read, should the file change meanwhile.
+  if (fstat(fd, &info) != 0 || !ReadWhole(fd, info, &bytes)) {
+    close(fd);
+    contents.state = FileState::kUnreadable;
+    return contents;
+  }
+  close(fd);
+  contents.stamp = FileStamp::Of(info);
+  contents.dictionary = CFHolder(CreateDictionaryFromPropertyListBytes(bytes));
+  contents.state = contents.dictionary ? FileState::kDictionary : FileState::kCorrupt;
+  return contents;
 }
 
-// What tells one version of a file from the next.
-struct FileStamp {
-  dev_t device = 0;
-  ino_t inode = 0;
-  off_t size = 0;
-  timespec modified{};
+// The stamp of the file at path now; a missing file has the stamp of no file.
+bool CurrentStamp(const std::string& path, FileStamp* stamp) {
+  struct stat info;
+  if (stat(path.c_str(), &info) == 0) {
+    *stamp = FileStamp::Of(info);
+    return true;
+  }
+  *stamp = FileStamp();
+  return errno == ENOENT;
+}
 
-  static FileStamp Of(const struct stat& info) { return {info.st_dev, info.st_ino, info.st_size, info.st_mtim}; }
-  bool operator==(const FileStamp& other) const {
-    return device == other.device && inode == other.inode && size == other.size &&
-           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+bool WriteAll(int fd, const std::string& bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    ssize_t wrote = write(fd, bytes.data() + done, bytes.size() - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    done += static_cast<size_t>(wrote);
+  }
+  return true;
+}
+
+bool SyncFolder(const std::string& folder) {
+  int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool ok = fsync(fd) == 0;
+  close(fd);
+  return ok;
+}
+
+// Makes the folder and those above it that are missing, each with mode 0700.
+bool MakeFolders(const std::string& folder) {
+  struct stat info;
+  if (stat(folder.c_str(), &info) == 0) return S_ISDIR(info.st_mode);
+  if (errno != ENOENT) return false;
+  std::string parent = Parent(folder);
+  if (parent != folder && !MakeFolders(parent)) return false;
+  return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
+// Replaces the file at path with bytes: a temporary file in the same folder, written and flushed
+// to disk, renamed over it, and the folder flushed, so that the file is always whole. The new
+// file's stamp goes to *stamp.
+bool ReplaceFile(const std::string& path, const std::string& bytes, FileStamp* stamp) {
+  std::string temporary = path + ".XXXXXX";
+  int fd = mkostemp(temporary.data(), O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat info;
+  bool ok = fchmod(fd, 0600) == 0 && WriteAll(fd, bytes) && fsync(fd) == 0 && fstat(fd, &info) == 0;
+  ok = close(fd) == 0 && ok;
+  if (ok && rename(temporary.c_str(), path.c_str()) == 0) {
+    *stamp = FileStamp::Of(info);
+    // The rename is done; a failure to flush the folder leaves either file whole, so it does not
+    // undo the write.
+    SyncFolder(Parent(path));
+    return true;
+  }
+  unlink(temporary.c_str());
+  return false;
+}
+
+// Holds an exclusive advisory lock on "<domain file>.lock" while alive.
+class DomainLock {
+ public:
+  explicit DomainLock(const std::string& path) {
+    fd_ = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd_ < 0) return;
+    while (flock(fd_, LOCK_EX) != 0) {
+      if (errno != EINTR) {
+        close(fd_);
+        fd_ = -1;
+        return;
+      }
+    }
+  }
+  ~DomainLock() {
+    if (fd_ >= 0) close(fd_);  // closing the only descriptor releases the lock
+  }
+  DomainLock(const DomainLock&) = delete;
+  DomainLock& operator=(const DomainLock&) = delete;
+  bool held() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+CFMutableDictionaryRef NewDictionary(CFDictionaryRef from) {
+  return from ? CFDictionaryCreateMutableCopy(nullptr, 0, from)
+              : CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+}
+
+// Applies this process's changes: kCFNull marks a removed key.
+void ApplyChanges(CFDictionaryRef changes, CFMutableDictionaryRef target) {
+  CFDictionaryApplyFunction(
+      changes,
+      [](const void* key, const void* value, void* context) {
+        auto* dictionary = static_cast<CFMutableDictionaryRef>(context);
+        if (value == kCFNull) {
+          CFDictionaryRemoveValue(dictionary, key);
+        } else {
+          CFDictionarySetValue(dictionary, key, value);
+        }
+      },
+      target);
+}
+
+// One domain file and what this process has done to it.
+struct Domain {
+  explicit Domain(std::string filePath) : path(std::move(filePath)) {}
+
+  const std::string path;
+  std::mutex mutex;
+  // Everything below is guarded by mutex.
+  bool loaded = false;
+  FileContents file;                         // the file as last read or written
+  CFMutableDictionaryRef view = nullptr;     // the file's values with changes applied: what reads see
+  CFMutableDictionaryRef changes = nullptr;  // keys set (value) or removed (kCFNull) since the last write
+
+  // Reads the file if it has not been read yet; false when memory runs out.
+  bool load() {
+    if (loaded) return true;
+    return replaceFile(ReadDomainFile(path));
+  }
+
+  // Takes new file contents: the view is built again from them with the changes on top.
+  bool replaceFile(FileContents contents) {
+    CFMutableDictionaryRef newView = NewDictionary(
+        static_cast<CFDictionaryRef>(contents.state == FileState::kDictionary ? contents.dictionary.get() : nullptr));
+    if (!newView) return false;
+    if (changes) ApplyChanges(changes, newView);
+    if (view) CFRelease(view);
+    view = newView;
+    file = std::move(contents);
+    loaded = true;
+    return true;
+  }
+
+  void set(CFStringRef key, CFTypeRef value) {
+    if (!load()) return;
+    if (!changes) {
+      changes = NewDictionary(nullptr);
+      if (!changes) return;
+    }
+    if (value) {
+      CFDictionarySetValue(changes, key, value);
+      CFDictionarySetValue(view, key, value);
+    } else {
+      CFDictionarySetValue(changes, key, kCFNull);
+      CFDictionaryRemoveValue(view, key);
+    }
+  }
+
+  bool synchronize() {
+    if (!load()) return false;
+    if (!changes || CFDictionaryGetCount(changes) == 0) {
+      // Nothing of ours to write: take up what other processes wrote meanwhile.
+      FileStamp now;
+      if (CurrentStamp(path, &now) && now == file.stamp) return true;
+      FileContents contents = ReadDomainFile(path);
+      if (contents.state == FileState::kUnreadable) return false;
+      return replaceFile(std::move(contents));
+    }
+    return writeChanges();
+  }
+
+  bool writeChanges() {
+    if (!MakeFolders(Parent(path))) return false;
+    DomainLock lock(path);
+    if (!lock.held()) return false;
+
+    // What the file holds now, under the lock: what other processes wrote since this one read it.
+    FileContents current;
+    FileStamp now;
+    if (CurrentStamp(path, &now) && now == file.stamp && file.state != FileState::kUnreadable) {
+      current.state = file.state;
+      current.stamp = file.stamp;
+      if (file.dictionary) current.dictionary = CFHolder(CFRetain(file.dictionary.get()));
+    } else {
+      current = ReadDomainFile(path);
+    }
+    // Writing over a file that could not be read would lose what it holds.
+    if (current.state == FileState::kUnreadable) return false;
+
+    CFHolder merged(NewDictionary(static_cast<CFDictionaryRef>(current.dictionary.get())));
+    if (!merged) return false;
+    auto* mergedDictionary = static_cast<CFMutableDictionaryRef>(const_cast<void*>(merged.get()));
+    ApplyChanges(changes, mergedDictionary);
+
+    if (current.state == FileState::kDictionary && CFEqual(merged.get(), current.dictionary.get())) {
+      // The file already holds every change: nothing to write.
+      CFDictionaryRemoveAllValues(changes);
+      return replaceFile(std::move(current));
+    }
+
+    std::string bytes;
+    if (!WriteXMLPropertyList(merged.get(), &bytes)) return false;
+    if (current.state == FileState::kCorrupt) {
+      // Kept for the user rather than silently replaced.
+      if (rename(path.c_str(), (path + ".corrupt").c_str()) != 0) return false;
+    }
+    FileContents written;
+    if (!ReplaceFile(path, bytes, &written.stamp)) return false;
+    written.state = FileState::kDictionary;
+    written.dictionary = std::move(merged);
+    CFDictionaryRemoveAllValues(changes);
+    return replaceFile(std::move(written));
   }
 };
 
-struct CachedDomain {
-  FileStamp stamp;
-  CFDictionaryRef dictionary = nullptr;  // NULL: the file holds no dictionary
-};
-
-std::mutex gCacheMutex;
-
-std::unordered_map<std::string, CachedDomain>& Cache() {
-  // Never destroyed: preferences may be read while other static objects are torn down.
-  static auto* cache = new std::unordered_map<std::string, CachedDomain>();
-  return *cache;
+// Domains by file path. Never destroyed: preferences may be used while other static objects are
+// torn down.
+std::mutex gDomainsMutex;
+std::unordered_map<std::string, std::unique_ptr<Domain>>& Domains() {
+  static auto* domains = new std::unordered_map<std::string, std::unique_ptr<Domain>>();
+  return *domains;
 }
 
-CFDictionaryRef RetainOrNull(CFDictionaryRef dictionary) {
-  return dictionary ? static_cast<CFDictionaryRef>(CFRetain(dictionary)) : nullptr;
+// The domain for a file; NULL for an empty path.
+Domain* DomainAt(const std::string& path) {
+  if (path.empty()) return nullptr;
+  std::lock_guard<std::mutex> lock(gDomainsMutex);
+  auto& domains = Domains();
+  auto found = domains.find(path);
+  if (found != domains.end()) return found->second.get();
+  return domains.emplace(path, std::make_unique<Domain>(path)).first->second.get();
+}
+
+// The current application's and the global domain for the environment they were last looked up
+// in, so that the frequent reads of the current application skip building their paths. The folder
+// depends only on XDG_CONFIG_HOME and HOME.
+struct CurrentDomains {
+  std::mutex mutex;
+  bool valid = false;
+  bool configSet = false;
+  bool homeSet = false;
+  std::string config;
+  std::string home;
+  Domain* application = nullptr;
+  Domain* global = nullptr;
+
+  static bool Same(bool set, const std::string& kept, const char* now) { return now ? set && kept == now : !set; }
+  bool matches(const char* configNow, const char* homeNow) const {
+    return valid && Same(configSet, config, configNow) && Same(homeSet, home, homeNow);
+  }
+};
+
+// The domain an application identifier names: its own, the global one for
+// kCFPreferencesAnyApplication. NULL when it has no file (no home folder, a bad identifier).
+Domain* ResolveDomain(CFStringRef applicationID, bool* isGlobal) {
+  *isGlobal = applicationID == kCFPreferencesAnyApplication || CFEqual(applicationID, kCFPreferencesAnyApplication);
+  bool isCurrent = !*isGlobal && (applicationID == kCFPreferencesCurrentApplication ||
+                                  CFEqual(applicationID, kCFPreferencesCurrentApplication));
+  if (*isGlobal || isCurrent) {
+    static CurrentDomains* current = new CurrentDomains();
+    const char* configNow = std::getenv("XDG_CONFIG_HOME");
+    const char* homeNow = std::getenv("HOME");
+    std::lock_guard<std::mutex> lock(current->mutex);
+    if (!current->matches(configNow, homeNow)) {
+      current->configSet = configNow != nullptr;
+      current->config = configNow ? configNow : "";
+      current->homeSet = homeNow != nullptr;
+      current->home = homeNow ? homeNow : "";
+      current->application = DomainAt(DomainPath(CurrentApplicationIdentifier()));
+      current->global = DomainAt(DomainPath(kGlobalDomain));
+      current->valid = true;
+    }
+    return *isGlobal ? current->global : current->application;
+  }
+  return DomainAt(DomainPath(ToUTF8(applicationID)));
+}
+
+Domain* GlobalDomain() {
+  bool isGlobal;
+  return ResolveDomain(kCFPreferencesAnyApplication, &isGlobal);
+}
+
+CFTypeRef CopyDomainValue(Domain* domain, CFStringRef key) {
+  if (!domain) return nullptr;
+  std::lock_guard<std::mutex> lock(domain->mutex);
+  if (!domain->load()) return nullptr;
+  CFTypeRef value = CFDictionaryGetValue(domain->view, key);
+  return value ? CFRetain(value) : nullptr;
 }
 
 }  // namespace
+
+void ForgetPreferencesInMemory() {
+  std::lock_guard<std::mutex> lock(gDomainsMutex);
+  for (auto& entry : Domains()) {
+    Domain& domain = *entry.second;
+    std::lock_guard<std::mutex> domainLock(domain.mutex);
+    if (domain.view) CFRelease(domain.view);
+    if (domain.changes) CFRelease(domain.changes);
+    domain.view = nullptr;
+    domain.changes = nullptr;
+    domain.file = FileContents();
+    domain.loaded = false;
+  }
+}
 
 std::string PreferencesDirectory() {
   // A relative XDG_CONFIG_HOME is invalid and ignored, as the base directory rules say.
@@ -103,33 +440,17 @@ std::string PreferencesDirectory() {
   return home.empty() ? home : home + "/.config";
 }
 
+std::string ApplicationIdentifierForBundle(CFBundleRef bundle, const std::string& executablePath) {
+  CFStringRef identifier = bundle ? CFBundleGetIdentifier(bundle) : nullptr;
+  std::string text = identifier ? ToUTF8(identifier) : std::string();
+  return text.empty() ? LastComponent(executablePath) : text;
+}
+
 std::string ApplicationIdentifierForExecutable(const std::string& path) {
-  size_t slash = path.rfind('/');
-  std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (slash == std::string::npos) return name;
-  std::string folder = path.substr(0, slash);  // .../<Name>.app/Contents/MacOS
-  size_t folderSlash = folder.rfind('/');
-  if (folderSlash == std::string::npos) return name;
-  std::string folderName = folder.substr(folderSlash + 1);
-  std::string contents = folder.substr(0, folderSlash);  // .../<Name>.app/Contents
-  const std::string kContents = "/Contents";
-  const std::string kApp = ".app";
-  if ((folderName != "MacOS" && folderName != "Linux") || contents.size() < kContents.size() + kApp.size() ||
-      contents.compare(contents.size() - kContents.size(), kContents.size(), kContents) != 0 ||
-      contents.compare(contents.size() - kContents.size() - kApp.size(), kApp.size(), kApp) != 0)
-    return name;
-  std::string infoPath = contents + "/Info.plist";
-  int fd = open(infoPath.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return name;
-  struct stat info;
-  CFDictionaryRef plist = fstat(fd, &info) == 0 ? CopyFileDictionary(fd, info) : nullptr;
-  close(fd);
-  if (!plist) return name;
-  std::string identifier;
-  CFTypeRef value = CFDictionaryGetValue(plist, CFSTR("CFBundleIdentifier"));
-  if (value && CFGetTypeID(value) == CFStringGetTypeID()) identifier = ToUTF8(static_cast<CFStringRef>(value));
-  CFRelease(plist);
-  return identifier.empty() ? name : identifier;
+  CFBundleRef bundle = CreateBundleWithPath(BundlePathOfExecutable(path));
+  std::string identifier = ApplicationIdentifierForBundle(bundle, path);
+  if (bundle) CFRelease(bundle);
+  return identifier;
 }
 
 std::string CurrentApplicationIdentifier() {
@@ -137,7 +458,8 @@ std::string CurrentApplicationIdentifier() {
     std::vector<char> buffer(4096);
     ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
     if (length <= 0 || static_cast<size_t>(length) >= buffer.size()) return std::string();
-    return ApplicationIdentifierForExecutable(std::string(buffer.data(), static_cast<size_t>(length)));
+    return ApplicationIdentifierForBundle(CFBundleGetMainBundle(),
+                                          std::string(buffer.data(), static_cast<size_t>(length)));
   }();
   return identifier;
 }
@@ -149,35 +471,6 @@ std::string DomainPath(const std::string& identifier) {
   std::string directory = PreferencesDirectory();
   if (directory.empty()) return directory;
   return directory + "/" + identifier + ".plist";
-}
-
-CFDictionaryRef CopyDomainDictionary(const std::string& path) {
-  if (path.empty()) return nullptr;
-  std::lock_guard<std::mutex> lock(gCacheMutex);
-  auto& cache = Cache();
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) {
-    auto found = cache.find(path);
-    if (found != cache.end()) {
-      if (found->second.dictionary) CFRelease(found->second.dictionary);
-      cache.erase(found);
-    }
-    return nullptr;
-  }
-  auto found = cache.find(path);
-  if (found != cache.end() && found->second.stamp == FileStamp::Of(info)) return RetainOrNull(found->second.dictionary);
-
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return nullptr;
-  CFDictionaryRef dictionary = nullptr;
-  // The stamp of what was actually read, should the file have changed since the stat.
-  if (fstat(fd, &info) == 0) dictionary = CopyFileDictionary(fd, info);
-  close(fd);
-  CachedDomain& entry = cache[path];
-  if (entry.dictionary) CFRelease(entry.dictionary);
-  entry.stamp = FileStamp::Of(info);
-  entry.dictionary = dictionary;
-  return RetainOrNull(entry.dictionary);
 }
 
 }  // namespace zrp
@@ -193,22 +486,61 @@ const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser")
 
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID) {
   if (!key || !applicationID) return nullptr;
-  std::vector<std::string> domains;
-  if (CFEqual(applicationID, kCFPreferencesCurrentApplication)) {
-    domains.push_back(zrp::CurrentApplicationIdentifier());
-  } else if (!CFEqual(applicationID, kCFPreferencesAnyApplication)) {
-    domains.push_back(zrp::ToUTF8(applicationID));
+  try {
+    bool isGlobal;
+    zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
+    if (CFTypeRef value = zrp::CopyDomainValue(domain, key)) return value;
+    return isGlobal ? nullptr : zrp::CopyDomainValue(zrp::GlobalDomain(), key);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
   }
-  domains.push_back(zrp::kGlobalDomain);
-  for (const std::string& identifier : domains) {
-    CFDictionaryRef dictionary = zrp::CopyDomainDictionary(zrp::DomainPath(identifier));
-    if (!dictionary) continue;
-    CFTypeRef value = CFDictionaryGetValue(dictionary, key);
-    if (value) CFRetain(value);
-    CFRelease(dictionary);
-    if (value) return value;
+}
+
+void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID) {
+  if (!key || !applicationID) return;
+  // Only what a property-list file can hold is kept; anything else could never be written.
+  if (value && !CFPropertyListIsValid(value, kCFPropertyListXMLFormat_v1_0)) return;
+  try {
+    bool isGlobal;
+    zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
+    if (!domain) return;
+    std::lock_guard<std::mutex> lock(domain->mutex);
+    domain->set(key, value);
+  } catch (const std::bad_alloc&) {
   }
-  return nullptr;
+}
+
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
+  if (!applicationID) return false;
+  try {
+    bool isGlobal;
+    zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
+    if (!domain) return false;
+    std::lock_guard<std::mutex> lock(domain->mutex);
+    return domain->synchronize();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userName, CFStringRef hostName) {
+  if (!applicationID || !userName || !hostName) return nullptr;
+  // Only the current user's preferences for any host are kept on this system.
+  if (!CFEqual(userName, kCFPreferencesCurrentUser) || !CFEqual(hostName, kCFPreferencesAnyHost)) return nullptr;
+  try {
+    bool isGlobal;
+    zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
+    if (!domain) return nullptr;
+    std::lock_guard<std::mutex> lock(domain->mutex);
+    if (!domain->load()) return nullptr;
+    CFIndex count = CFDictionaryGetCount(domain->view);
+    if (count == 0) return nullptr;
+    std::vector<const void*> keys(static_cast<size_t>(count));
+    CFDictionaryGetKeysAndValues(domain->view, keys.data(), nullptr);
+    return CFArrayCreate(nullptr, keys.data(), count, &kCFTypeArrayCallBacks);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // extern "C"

@@ -2,7 +2,7 @@
 // shared by the preferences source files.
 #pragma once
 
-#include <CoreFoundation/CFDictionary.h>
+#include <CoreFoundation/CFBundle.h>
 
 #include <string>
 
@@ -15,22 +15,22 @@ namespace zrp {
 // absolute path, else ~/.config. Empty when no home folder can be found.
 ZRP_TESTABLE std::string PreferencesDirectory();
 
-// The identifier of the running application: the CFBundleIdentifier of the bundle its
-// executable lies in, else the executable's file name. Worked out once per process.
+// The identifier of the running application: the CFBundleIdentifier of the main bundle
+// (CFBundleGetMainBundle), else the executable's file name. Worked out once per process.
 ZRP_TESTABLE std::string CurrentApplicationIdentifier();
 
-// The identifier for an executable at path: when it sits in "<Name>.app/Contents/MacOS/" or
-// "<Name>.app/Contents/Linux/", the CFBundleIdentifier of "<Name>.app/Contents/Info.plist" (either
-// property-list form) if that is a non-empty string; otherwise the executable's file name.
+// The identifier for an executable at path, by the same rule: the CFBundleIdentifier of the
+// bundle that CFBundleGetMainBundle would find for it (the folder holding "Contents/MacOS/" or
+// "Contents/Linux/", whatever its name, else the executable's own folder) if that is a non-empty
+// string; otherwise the executable's file name.
 ZRP_TESTABLE std::string ApplicationIdentifierForExecutable(const std::string& path);
 
 // The file of a domain: "<PreferencesDirectory()>/<identifier>.plist". Empty when the folder is
 // unknown or the identifier could name something outside it.
 ZRP_TESTABLE std::string DomainPath(const std::string& identifier);
 
-// The dictionary stored in a domain file, read again whenever the file changes (another inode,
-// size or modification time); NULL when the file is missing or holds no dictionary. Returns a
-// new reference. Thread-safe.
-CFDictionaryRef CopyDomainDictionary(const std::string& path);
+// Drops every domain read or changed in memory, changes not yet synchronized included, as if
+// the process had just started; for tests that rewrite domain files behind the host's back.
+ZRP_TESTABLE void ForgetPreferencesInMemory();
 
 }  // namespace zrp
