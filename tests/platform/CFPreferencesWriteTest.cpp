@@ -365,6 +365,21 @@ TEST_F(CFPreferencesWriteTest, ListsTheKeysOfTheDomainItself) {
   EXPECT_EQ(CFPreferencesCopyKeyList(nullptr, kCFPreferencesCurrentUser, kCFPreferencesAnyHost), nullptr);
 }
 
+TEST_F(CFPreferencesWriteTest, ListsTheDomainsThatHaveAFile) {
+  SetString(kCFPreferencesAnyApplication, "G", "g");
+  SetString(kApp, "K", "v");
+  SetString(CFSTR("com.example.unsaved"), "K", "v");
+  ASSERT_TRUE(CFPreferencesAppSynchronize(kApp));
+  ASSERT_TRUE(CFPreferencesAppSynchronize(kCFPreferencesAnyApplication));
+  CFArrayRef names = CFPreferencesCopyApplicationList(kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
+  ASSERT_NE(names, nullptr);
+  ASSERT_EQ(CFArrayGetCount(names), 1);
+  EXPECT_EQ(zrtest::Utf8(CFArrayGetValueAtIndex(names, 0)), "com.example.write");
+  CFRelease(names);
+  EXPECT_EQ(CFPreferencesCopyApplicationList(kCFPreferencesAnyUser, kCFPreferencesAnyHost), nullptr);
+  EXPECT_EQ(CFPreferencesCopyApplicationList(kCFPreferencesCurrentUser, nullptr), nullptr);
+}
+
 TEST_F(CFPreferencesWriteTest, ThreadsSetReadAndSynchronizeAtOnce) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
@@ -374,7 +389,9 @@ TEST_F(CFPreferencesWriteTest, ThreadsSetReadAndSynchronizeAtOnce) {
         SetString(kApp, key, std::to_string(i));
         EXPECT_EQ(GetString(kApp, key), std::to_string(i));
         SetString(kCFPreferencesCurrentApplication, key, "current");
-        if (i % 5 == 0) EXPECT_TRUE(CFPreferencesAppSynchronize(kApp));
+        if (i % 5 == 0) {
+          EXPECT_TRUE(CFPreferencesAppSynchronize(kApp));
+        }
       }
     });
   }

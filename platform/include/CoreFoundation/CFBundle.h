@@ -6,6 +6,7 @@
 #include <CoreFoundation/CFBase.h>
 #include <CoreFoundation/CFDictionary.h>
 #include <CoreFoundation/CFString.h>
+#include <CoreFoundation/CFURL.h>
 
 typedef struct __CFBundle* CFBundleRef;
 
@@ -26,6 +27,9 @@ CF_EXPORT CFTypeID CFBundleGetTypeID(void);
 // "Contents/Linux/") holds the executable, else the executable's own folder as a flat bundle.
 // The bundle lives as long as the process; NULL only when the executable cannot be found.
 CF_EXPORT CFBundleRef CFBundleGetMainBundle(void);
+
+// A folder URL of the bundle's own folder; NULL when memory runs out.
+CF_EXPORT CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle);
 
 // The bundle's information property list ("Contents/Info.plist", or "Info.plist" in a flat
 // bundle); an empty dictionary when it has none. The bundle keeps ownership.

@@ -20,7 +20,8 @@ CF_EXPORT const CFStringRef kCFPreferencesCurrentUser;
 // every application's own).
 
 // The value of key in the application's domain, else in the global domain; NULL when absent.
-// Values other processes wrote are seen after the next CFPreferencesAppSynchronize.
+// Values other processes wrote are seen after the next CFPreferencesAppSynchronize, or at most a
+// second after they were written.
 CF_EXPORT CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID);
 // Sets key in the application's domain, in memory until the next synchronize; a NULL value removes
 // the key. A value that is not a property list is ignored.
@@ -33,5 +34,10 @@ CF_EXPORT Boolean CFPreferencesAppSynchronize(CFStringRef applicationID);
 // none. Only kCFPreferencesCurrentUser with kCFPreferencesAnyHost is kept on this system: other
 // users and hosts have no keys.
 CF_EXPORT CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userName, CFStringRef hostName);
+
+// The identifiers of the domains that have a file (the global domain not among them), in no
+// particular order; NULL for another user or host than kCFPreferencesCurrentUser and
+// kCFPreferencesAnyHost.
+CF_EXPORT CFArrayRef CFPreferencesCopyApplicationList(CFStringRef userName, CFStringRef hostName);
 
 CF_EXTERN_C_END

@@ -26,6 +26,10 @@ CF_EXPORT CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStr
 // The URL's path in the style, without a trailing separator (but "/" for the root); a relative
 // URL gives its relative path. NULL for the Windows style.
 CF_EXPORT CFStringRef CFURLCopyFileSystemPath(CFURLRef anURL, CFURLPathStyle pathStyle);
+// The URL with pathComponent appended, which may hold slashes ("Contents/Info.plist"); a folder
+// when isDirectory is true. NULL for a NULL URL or component.
+CF_EXPORT CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator, CFURLRef url,
+                                                         CFStringRef pathComponent, Boolean isDirectory);
 // Whether the URL's path ends in "/".
 CF_EXPORT Boolean CFURLHasDirectoryPath(CFURLRef anURL);
 // The absolute POSIX path, NUL-terminated, in maxBufLen bytes; false when it does not fit.

@@ -227,6 +227,16 @@ CFBundleRef CFBundleGetMainBundle(void) {
   return mainBundle;
 }
 
+CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) {
+  if (!bundle) return nullptr;
+  CFStringRef path = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(bundle->path.data()),
+                                             static_cast<CFIndex>(bundle->path.size()), kCFStringEncodingUTF8, false);
+  if (!path) return nullptr;
+  CFURLRef url = CFURLCreateWithFileSystemPath(nullptr, path, kCFURLPOSIXPathStyle, true);
+  CFRelease(path);
+  return url;
+}
+
 CFDictionaryRef CFBundleGetInfoDictionary(CFBundleRef bundle) {
   if (!bundle) return nullptr;
   {

@@ -7,11 +7,12 @@
 // the domain, reads the file again, applies only this process's changed and removed keys, and
 // replaces the file atomically; so processes that set different keys keep each other's, and a
 // crash at any point leaves the old file or the new one. A synchronize with nothing to write
-// reads the file again if another process replaced it. A file that cannot be parsed reads as
-// empty and is moved aside to "<file>.corrupt" before the first write replaces it.
+// reads the file again if another process replaced it, as reads do at most a second late. A file that cannot be parsed
+// reads as empty and is moved aside to "<file>.corrupt" before the first write replaces it.
 #include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFPreferences.h>
 #include <CoreFoundation/CFPropertyList.h>
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
@@ -19,6 +20,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -246,9 +248,15 @@ struct Domain {
   std::mutex mutex;
   // Everything below is guarded by mutex.
   bool loaded = false;
-  FileContents file;                         // the file as last read or written
-  CFMutableDictionaryRef view = nullptr;     // the file's values with changes applied: what reads see
-  CFMutableDictionaryRef changes = nullptr;  // keys set (value) or removed (kCFNull) since the last write
+  FileContents file;  // the file as last read or written
+  // What reads see: the file's values with the changes applied. While there are no changes it is
+  // the file's own dictionary (or NULL for none), shared rather than copied.
+  CFDictionaryRef view = nullptr;
+  bool viewIsCopy = false;
+  CFMutableDictionaryRef changes = nullptr;         // keys set (value) or removed (kCFNull) since the last write
+  std::chrono::steady_clock::time_point checkedAt;  // when the file was last compared with the disk
+
+  bool hasChanges() const { return changes && CFDictionaryGetCount(changes) > 0; }
 
   // Reads the file if it has not been read yet; false when memory runs out.
   bool load() {
@@ -258,15 +266,41 @@ struct Domain {
 
   // Takes new file contents: the view is built again from them with the changes on top.
   bool replaceFile(FileContents contents) {
-    CFMutableDictionaryRef newView = NewDictionary(
-        static_cast<CFDictionaryRef>(contents.state == FileState::kDictionary ? contents.dictionary.get() : nullptr));
-    if (!newView) return false;
-    if (changes) ApplyChanges(changes, newView);
+    auto fileDictionary =
+        static_cast<CFDictionaryRef>(contents.state == FileState::kDictionary ? contents.dictionary.get() : nullptr);
+    CFDictionaryRef newView = nullptr;
+    if (hasChanges()) {
+      CFMutableDictionaryRef copy = NewDictionary(fileDictionary);
+      if (!copy) return false;
+      ApplyChanges(changes, copy);
+      newView = copy;
+    } else if (fileDictionary) {
+      newView = static_cast<CFDictionaryRef>(CFRetain(fileDictionary));
+    }
     if (view) CFRelease(view);
     view = newView;
+    viewIsCopy = hasChanges();
     file = std::move(contents);
     loaded = true;
+    checkedAt = std::chrono::steady_clock::now();
     return true;
+  }
+
+  // Reads the file again when another process replaced it; false when it cannot be read.
+  bool refresh() {
+    checkedAt = std::chrono::steady_clock::now();
+    FileStamp now;
+    if (CurrentStamp(path, &now) && now == file.stamp) return true;
+    FileContents contents = ReadDomainFile(path);
+    if (contents.state == FileState::kUnreadable) return false;
+    return replaceFile(std::move(contents));
+  }
+
+  // The value under key, lent; other processes' changes are taken up at most a second late.
+  CFTypeRef value(CFStringRef key) {
+    if (!load()) return nullptr;
+    if (std::chrono::steady_clock::now() - checkedAt >= std::chrono::seconds(1)) refresh();
+    return view ? CFDictionaryGetValue(view, key) : nullptr;
   }
 
   void set(CFStringRef key, CFTypeRef value) {
@@ -275,25 +309,27 @@ struct Domain {
       changes = NewDictionary(nullptr);
       if (!changes) return;
     }
+    if (!viewIsCopy) {
+      CFMutableDictionaryRef copy = NewDictionary(view);
+      if (!copy) return;
+      if (view) CFRelease(view);
+      view = copy;
+      viewIsCopy = true;
+    }
+    auto* mutableView = static_cast<CFMutableDictionaryRef>(const_cast<void*>(static_cast<const void*>(view)));
     if (value) {
       CFDictionarySetValue(changes, key, value);
-      CFDictionarySetValue(view, key, value);
+      CFDictionarySetValue(mutableView, key, value);
     } else {
       CFDictionarySetValue(changes, key, kCFNull);
-      CFDictionaryRemoveValue(view, key);
+      CFDictionaryRemoveValue(mutableView, key);
     }
   }
 
   bool synchronize() {
     if (!load()) return false;
-    if (!changes || CFDictionaryGetCount(changes) == 0) {
-      // Nothing of ours to write: take up what other processes wrote meanwhile.
-      FileStamp now;
-      if (CurrentStamp(path, &now) && now == file.stamp) return true;
-      FileContents contents = ReadDomainFile(path);
-      if (contents.state == FileState::kUnreadable) return false;
-      return replaceFile(std::move(contents));
-    }
+    // Nothing of ours to write: take up what other processes wrote meanwhile.
+    if (!hasChanges()) return refresh();
     return writeChanges();
   }
 
@@ -396,7 +432,8 @@ Domain* ResolveDomain(CFStringRef applicationID, bool* isGlobal) {
       current->home = homeNow ? homeNow : "";
       current->application = DomainAt(DomainPath(CurrentApplicationIdentifier()));
       current->global = DomainAt(DomainPath(kGlobalDomain));
-      current->valid = true;
+      // Looked up again next time when either is missing (no home folder, no identifier yet).
+      current->valid = current->application && current->global;
     }
     return *isGlobal ? current->global : current->application;
   }
@@ -412,7 +449,7 @@ CFTypeRef CopyDomainValue(Domain* domain, CFStringRef key) {
   if (!domain) return nullptr;
   std::lock_guard<std::mutex> lock(domain->mutex);
   if (!domain->load()) return nullptr;
-  CFTypeRef value = CFDictionaryGetValue(domain->view, key);
+  CFTypeRef value = domain->value(key);
   return value ? CFRetain(value) : nullptr;
 }
 
@@ -426,6 +463,7 @@ void ForgetPreferencesInMemory() {
     if (domain.view) CFRelease(domain.view);
     if (domain.changes) CFRelease(domain.changes);
     domain.view = nullptr;
+    domain.viewIsCopy = false;
     domain.changes = nullptr;
     domain.file = FileContents();
     domain.loaded = false;
@@ -440,28 +478,55 @@ std::string PreferencesDirectory() {
   return home.empty() ? home : home + "/.config";
 }
 
-std::string ApplicationIdentifierForBundle(CFBundleRef bundle, const std::string& executablePath) {
-  CFStringRef identifier = bundle ? CFBundleGetIdentifier(bundle) : nullptr;
-  std::string text = identifier ? ToUTF8(identifier) : std::string();
-  return text.empty() ? LastComponent(executablePath) : text;
+namespace {
+
+// The identifier for an executable, by the main bundle's rule: the CFBundleIdentifier of the
+// information property list of the bundle it lies in. False when that file exists but could not
+// be read or parsed this time (memory may have run out): the answer is then the executable's name
+// and must not be kept. The bundle object is a local one, so no bundle keeps the parsed file.
+bool IdentifierOfExecutable(const std::string& path, std::string* identifier) {
+  *identifier = LastComponent(path);
+  __CFBundle bundle(BundlePathOfExecutable(path));
+  std::string bytes;
+  int fd = open(bundle.infoPlistPath.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return errno == ENOENT || errno == ENOTDIR;
+  struct stat info;
+  bool read = fstat(fd, &info) == 0 && ReadWhole(fd, info, &bytes);
+  close(fd);
+  if (!read) return false;
+  CFHolder plist(CreateDictionaryFromPropertyListBytes(bytes));
+  if (!plist) return false;
+  CFTypeRef value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(plist.get()), kCFBundleIdentifierKey);
+  if (value && CFGetTypeID(value) == CFStringGetTypeID()) {
+    std::string text = ToUTF8(static_cast<CFStringRef>(value));
+    if (!text.empty()) *identifier = text;
+  }
+  return true;
 }
 
+}  // namespace
+
 std::string ApplicationIdentifierForExecutable(const std::string& path) {
-  CFBundleRef bundle = CreateBundleWithPath(BundlePathOfExecutable(path));
-  std::string identifier = ApplicationIdentifierForBundle(bundle, path);
-  if (bundle) CFRelease(bundle);
+  std::string identifier;
+  IdentifierOfExecutable(path, &identifier);
   return identifier;
 }
 
 std::string CurrentApplicationIdentifier() {
-  static const std::string identifier = [] {
-    std::vector<char> buffer(4096);
-    ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-    if (length <= 0 || static_cast<size_t>(length) >= buffer.size()) return std::string();
-    return ApplicationIdentifierForBundle(CFBundleGetMainBundle(),
-                                          std::string(buffer.data(), static_cast<size_t>(length)));
-  }();
-  return identifier;
+  static std::mutex mutex;
+  static std::string* kept = nullptr;
+  std::lock_guard<std::mutex> lock(mutex);
+  if (kept) return *kept;
+  std::vector<char> buffer(4096);
+  ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  if (length <= 0 || static_cast<size_t>(length) >= buffer.size()) return std::string();
+  std::string identifier;
+  if (!IdentifierOfExecutable(std::string(buffer.data(), static_cast<size_t>(length)), &identifier)) {
+    // Not kept, and no domain this time rather than the wrong one.
+    return std::string();
+  }
+  kept = new std::string(identifier);
+  return *kept;
 }
 
 std::string DomainPath(const std::string& identifier) {
@@ -533,11 +598,38 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userN
     if (!domain) return nullptr;
     std::lock_guard<std::mutex> lock(domain->mutex);
     if (!domain->load()) return nullptr;
-    CFIndex count = CFDictionaryGetCount(domain->view);
+    CFIndex count = domain->view ? CFDictionaryGetCount(domain->view) : 0;
     if (count == 0) return nullptr;
     std::vector<const void*> keys(static_cast<size_t>(count));
     CFDictionaryGetKeysAndValues(domain->view, keys.data(), nullptr);
     return CFArrayCreate(nullptr, keys.data(), count, &kCFTypeArrayCallBacks);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+CFArrayRef CFPreferencesCopyApplicationList(CFStringRef userName, CFStringRef hostName) {
+  if (!userName || !hostName) return nullptr;
+  if (!CFEqual(userName, kCFPreferencesCurrentUser) || !CFEqual(hostName, kCFPreferencesAnyHost)) return nullptr;
+  try {
+    std::vector<CFTypeRef> names;
+    std::string folder = zrp::PreferencesDirectory();
+    if (DIR* directory = folder.empty() ? nullptr : opendir(folder.c_str())) {
+      while (dirent* entry = readdir(directory)) {
+        std::string name = entry->d_name;
+        if (name.size() <= 6 || !name.ends_with(".plist") || name == std::string(zrp::kGlobalDomain) + ".plist")
+          continue;
+        name.resize(name.size() - 6);
+        if (CFStringRef string =
+                CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(name.data()),
+                                        static_cast<CFIndex>(name.size()), kCFStringEncodingUTF8, false))
+          names.push_back(string);
+      }
+      closedir(directory);
+    }
+    CFArrayRef array = CFArrayCreate(nullptr, names.data(), static_cast<CFIndex>(names.size()), &kCFTypeArrayCallBacks);
+    for (CFTypeRef name : names) CFRelease(name);
+    return array;
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

@@ -150,6 +150,24 @@ CFStringRef CFURLCopyFileSystemPath(CFURLRef anURL, CFURLPathStyle pathStyle) {
   }
 }
 
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url, CFStringRef pathComponent,
+                                               Boolean isDirectory) {
+  if (!url || !pathComponent) return nullptr;
+  try {
+    // The component may hold slashes ("Contents/Info.plist"); a relative URL stays relative to
+    // the same working folder.
+    std::u16string path = url->path == u"/" ? url->path : url->path + u"/";
+    path += zrp::Chars(pathComponent);
+    __CFURL* appended = zrp::New<__CFURL>(std::u16string(), isDirectory != 0, url->base);
+    if (!appended) return nullptr;
+    while (path.size() > 1 && path.back() == u'/') path.pop_back();
+    appended->path = std::move(path);
+    return appended;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 Boolean CFURLHasDirectoryPath(CFURLRef anURL) { return anURL && anURL->isDirectory; }
 
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer, CFIndex maxBufLen) {
