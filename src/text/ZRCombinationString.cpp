@@ -122,7 +122,7 @@ class GroupIndex {
 extern "C" {
 
 OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef, Boolean inMultiline,
-                                                    CFStringRef* outStringRef, Boolean inLog) {
+                                                    CFStringRef* outStringRef, Boolean inLog) try {
   CFMutableArrayRef tableRef = NULL;
   CFMutableStringRef resultStringRef = NULL;
   CFStringRef totalStringRef = NULL;
@@ -137,7 +137,8 @@ OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef,
   std::unordered_map<CFIndex, CFStringRef> ratios;
   ZR_CLEANUP {
     for (Group& group : groups) CFRelease(group.array);
-    for (auto& entry : ratios) CFRelease(entry.second);
+    for (auto& entry : ratios)
+      if (entry.second) CFRelease(entry.second);
     ZRDestroyMutableArrayRef(&tableRef);
     ZRDestroyMutableStringRef(&resultStringRef);
     ZRDestroyStringRef(&ratioFormatRef);
@@ -172,6 +173,8 @@ OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef,
       ++groups[found].pending;
       continue;
     }
+    // Room first, so that the group, once made, is always held.
+    if (groups.size() == groups.capacity()) groups.reserve(std::max<size_t>(8, 2 * groups.capacity()));
     CFMutableArrayRef array = CreateGroup(string);
     if (!array) continue;
     groups.push_back(Group{array, string, 1, 0});
@@ -241,10 +244,15 @@ OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef,
       // written its own line.
       CFStringRef countStringRef = NULL;
       if (ZRCopyLocalizedNumberStringRef(&count, kCFNumberCFIndexType, 0, &countStringRef, inLog) != noErr) continue;
+      // The entry first, so that the text, once made, is always held.
+      auto entry = ratios.emplace(count, nullptr).first;
       ratioRef = CFStringCreateWithFormat(NULL, NULL, ratioFormatRef, countStringRef, totalStringRef);
       ZRDestroyStringRef(&countStringRef);
-      if (!ratioRef) continue;
-      ratios.emplace(count, ratioRef);
+      if (!ratioRef) {
+        ratios.erase(entry);
+        continue;
+      }
+      entry->second = ratioRef;
     }
 
     if (isFirst) {
@@ -264,5 +272,6 @@ OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef,
 
   return noErr;
 }
+ZR_CATCH_OUT_OF_MEMORY(inLog, unknownErr)
 
 }  // extern "C"

@@ -69,7 +69,7 @@ OSStatus ZRCopyRemainingTimeStringRef(double inSeconds, CFStringRef* outStringRe
 
 NSString* ZRRemainingTimeString(double inSeconds) {
   CFStringRef stringRef = NULL;
-  ZRCopyRemainingTimeStringRef(inSeconds, &stringRef, true);
+  if (ZRCopyRemainingTimeStringRef(inSeconds, &stringRef, true) != noErr) return nil;
   return static_cast<NSString*>(const_cast<void*>(CFAutorelease(stringRef)));
 }
 

@@ -167,7 +167,7 @@ OSStatus ZRCopyLocalizedNumberStringRef(const void* inValue, CFNumberType inNumb
 
 NSString* ZRLocalizedNumberStringOfValue(const void* inValue, CFNumberType inNumberType, SInt32 inDecimals) {
   CFStringRef stringRef = NULL;
-  ZRCopyLocalizedNumberStringRef(inValue, inNumberType, inDecimals, &stringRef, true);
+  if (ZRCopyLocalizedNumberStringRef(inValue, inNumberType, inDecimals, &stringRef, true) != noErr) return nil;
   return static_cast<NSString*>(const_cast<void*>(CFAutorelease(stringRef)));
 }
 

@@ -224,10 +224,9 @@ double ZRGetDoubleOfStringBuffer(const char* inStringBuffer, double inDefaultVal
       double whole = strtod(inStringBuffer, NULL);
       double fraction = strtod(inStringBuffer + i + 1, NULL);
       if (fraction == 0.0) return whole;
-      // The printed length is what snprintf reports: the whole rendering, even where it is
-      // longer than the scratch buffer (an exponent written out in full).
-      std::vector<char> scratch(length, '\0');
-      int digits = snprintf(scratch.data(), length, "%.0f", fraction);
+      // The printed length is what snprintf reports: the whole rendering (an exponent written
+      // out in full), measured without writing it anywhere.
+      int digits = snprintf(NULL, 0, "%.0f", fraction);
       if (digits < 0) digits = 0;
       return whole + fraction / pow(10.0, static_cast<double>(digits));
     }

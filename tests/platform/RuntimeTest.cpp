@@ -208,9 +208,14 @@ TEST(Autorelease, ObjectIsReleasedWhenItsPoolDrains) {
   EXPECT_EQ(ZRTestingLiveObjectCount(), live);
 }
 
-TEST(Autorelease, NullIsIgnored) {
-  NSAutoreleasePool pool;
-  EXPECT_EQ(CFAutorelease(nullptr), nullptr);
+TEST(Autorelease, NullStopsTheProcess) {
+  // As CFRetain(NULL) does: autoreleasing NULL is a programming error.
+  EXPECT_DEATH(
+      {
+        NSAutoreleasePool pool;
+        CFAutorelease(nullptr);
+      },
+      "CFAutorelease\\(\\) called with NULL");
 }
 
 TEST(Autorelease, NestedPoolsDrainInnermostFirst) {

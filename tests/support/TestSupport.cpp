@@ -46,19 +46,27 @@ void PrivatePreferencesTest::TearDown() {
   }
 }
 
-void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
-                                     const std::function<bool(CFTypeRef)>& isComplete) {
+namespace {
+
+// The loop of both allocation-failure helpers, over the seam that arm and pending name.
+void ExpectFailuresHandled(void (*arm)(long), Boolean (*pending)(), long limit,
+                           const std::function<CFTypeRef()>& create, const std::function<bool(CFTypeRef)>& isComplete) {
   long live = ZRTestingLiveObjectCount();
   bool failed = false;
   bool succeeded = false;
   for (long n = 1; n <= limit && !succeeded; ++n) {
-    ZRTestingFailAllocation(n);
-    CFTypeRef object = create();
-    bool pending = ZRTestingFailurePending();
-    ZRTestingFailAllocation(0);
+    arm(n);
+    CFTypeRef object = nullptr;
+    try {
+      object = create();
+    } catch (...) {
+      ADD_FAILURE() << "an exception left the call at allocation " << n;
+    }
+    bool stillPending = pending();
+    arm(0);
     if (object) {
       bool complete = !isComplete || isComplete(object);
-      succeeded = pending && complete;
+      succeeded = stillPending && complete;
       CFRelease(object);
     } else {
       failed = true;
@@ -67,6 +75,18 @@ void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()
   }
   EXPECT_TRUE(failed) << "no failed allocation made the call return NULL";
   EXPECT_TRUE(succeeded) << "no call gave the full answer within " << limit << " allocations";
+}
+
+}  // namespace
+
+void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
+                                     const std::function<bool(CFTypeRef)>& isComplete) {
+  ExpectFailuresHandled(ZRTestingFailAllocation, ZRTestingFailurePending, limit, create, isComplete);
+}
+
+void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
+                                        const std::function<bool(CFTypeRef)>& isComplete) {
+  ExpectFailuresHandled(ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending, limit, create, isComplete);
 }
 
 std::string Utf8(CFTypeRef string) {

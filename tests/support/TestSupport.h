@@ -60,6 +60,11 @@ class PrivatePreferencesTest : public ::testing::Test {
 void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
                                      const std::function<bool(CFTypeRef)>& isComplete = nullptr);
 
+// The same with the n-th C++ allocation failing (ZRTestingFailCxxAllocation) instead: also
+// expects no exception to leave `create`.
+void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
+                                        const std::function<bool(CFTypeRef)>& isComplete = nullptr);
+
 // The string's characters as UTF-8; "<NULL>" for NULL, "<unconvertible>" when the characters
 // have no UTF-8 form (a lone surrogate). The text ends at the first NUL character.
 std::string Utf8(CFTypeRef string);

@@ -22,6 +22,17 @@ CF_EXPORT Boolean ZRTestingFailurePending(void);
 CF_EXPORT long ZRTestingAllocationCount(void);
 CF_EXPORT void ZRTestingResetAllocationCount(void);
 
+// C++ allocations, counted apart from the above: the test programs replace the global operator
+// new (every replaceable form) with one that asks ZRTestingCxxAllocationAllowed first, so that a
+// container inside the library or the host can be made to fail. Makes the n-th C++ allocation on
+// the calling thread from now on fail, once (n >= 1): the throwing forms throw std::bad_alloc, the
+// nothrow forms return NULL. n <= 0 disarms a pending failure.
+CF_EXPORT void ZRTestingFailCxxAllocation(long n);
+// True while a C++ allocation failure armed on the calling thread has not happened yet.
+CF_EXPORT Boolean ZRTestingCxxFailurePending(void);
+// Counts one C++ allocation on the calling thread; false when it is the one armed to fail.
+CF_EXPORT Boolean ZRTestingCxxAllocationAllowed(void);
+
 // Receives each NSLog message (the formatted text, UTF-8, without the date and process prefix).
 typedef void (*ZRTestingLogSink)(const char* message, void* context);
 // Routes NSLog to sink instead of standard error and syslog; NULL restores the normal output.

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 struct __CFAttributedString final : zrp::Object {
@@ -45,22 +46,24 @@ extern "C" {
 CFTypeID CFAttributedStringGetTypeID(void) { return zrp::kTypeIDAttributedString; }
 
 CFAttributedStringRef CFAttributedStringCreate(CFAllocatorRef, CFStringRef str, CFDictionaryRef attributes) {
-  if (!str) return nullptr;
-  CFStringRef string = CFStringCreateCopy(nullptr, str);
-  if (!string) return nullptr;
-  CFDictionaryRef copy = attributes ? CFDictionaryCreateCopy(nullptr, attributes)
-                                    : CFDictionaryCreate(nullptr, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                         &kCFTypeDictionaryValueCallBacks);
-  if (!copy) {
-    CFRelease(string);
-    return nullptr;
-  }
-  CFAttributedStringRef attributed = zrp::New<__CFAttributedString>(string, copy);
-  if (!attributed) {
-    CFRelease(string);
-    CFRelease(copy);
-  }
-  return attributed;
+  return zrp::CatchOutOfMemory<CFAttributedStringRef>(nullptr, [&]() -> CFAttributedStringRef {
+    if (!str) return nullptr;
+    CFStringRef string = CFStringCreateCopy(nullptr, str);
+    if (!string) return nullptr;
+    CFDictionaryRef copy = attributes ? CFDictionaryCreateCopy(nullptr, attributes)
+                                      : CFDictionaryCreate(nullptr, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                           &kCFTypeDictionaryValueCallBacks);
+    if (!copy) {
+      CFRelease(string);
+      return nullptr;
+    }
+    CFAttributedStringRef attributed = zrp::New<__CFAttributedString>(string, copy);
+    if (!attributed) {
+      CFRelease(string);
+      CFRelease(copy);
+    }
+    return attributed;
+  });
 }
 
 CFAttributedStringRef CFAttributedStringCreateCopy(CFAllocatorRef, CFAttributedStringRef aStr) {

@@ -15,6 +15,7 @@
 #include "CFLocale/Languages.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -215,16 +216,18 @@ const CFStringRef kCFBundleLocalizationsKey = CFSTR("CFBundleLocalizations");
 CFTypeID CFBundleGetTypeID(void) { return zrp::kTypeIDBundle; }
 
 CFBundleRef CFBundleGetMainBundle(void) {
-  static CFBundleRef mainBundle = []() -> CFBundleRef {
-    char buffer[PATH_MAX];
-    ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (length <= 0) return nullptr;
-    // The main bundle is part of the process, not of any test, so it bypasses the allocation seam.
-    auto* bundle = new __CFBundle(zrp::BundlePathOfExecutable(std::string(buffer, static_cast<size_t>(length))));
-    bundle->makeImmortal();
-    return bundle;
-  }();
-  return mainBundle;
+  return zrp::CatchOutOfMemory<CFBundleRef>(nullptr, [&]() -> CFBundleRef {
+    static CFBundleRef mainBundle = []() -> CFBundleRef {
+      char buffer[PATH_MAX];
+      ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+      if (length <= 0) return nullptr;
+      // The main bundle is part of the process, not of any test, so it bypasses the allocation seam.
+      auto* bundle = new __CFBundle(zrp::BundlePathOfExecutable(std::string(buffer, static_cast<size_t>(length))));
+      bundle->makeImmortal();
+      return bundle;
+    }();
+    return mainBundle;
+  });
 }
 
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) {
@@ -314,43 +317,47 @@ CFArrayRef CFBundleCopyBundleLocalizations(CFBundleRef bundle) {
 }
 
 CFArrayRef CFBundleCopyPreferredLocalizationsFromArray(CFArrayRef locArray) {
-  if (!locArray) return nullptr;
-  std::vector<std::string> available;
-  std::vector<CFTypeRef> originals;
-  for (CFIndex i = 0, count = CFArrayGetCount(locArray); i < count; ++i) {
-    CFTypeRef item = CFArrayGetValueAtIndex(locArray, i);
-    if (!item || CFGetTypeID(item) != CFStringGetTypeID()) continue;
-    available.push_back(zrp::ToUTF8(static_cast<CFStringRef>(item)));
-    originals.push_back(item);
-  }
-  std::string developmentRegion;
-  if (CFBundleRef main = CFBundleGetMainBundle()) {
-    if (CFStringRef region = CFBundleGetDevelopmentRegion(main)) developmentRegion = zrp::ToUTF8(region);
-  }
-  std::string chosen = zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion);
-  std::vector<CFTypeRef> result;
-  for (size_t i = 0; i < available.size(); ++i) {
-    if (available[i] == chosen) {
-      result.push_back(originals[i]);
-      break;
+  return zrp::CatchOutOfMemory<CFArrayRef>(nullptr, [&]() -> CFArrayRef {
+    if (!locArray) return nullptr;
+    std::vector<std::string> available;
+    std::vector<CFTypeRef> originals;
+    for (CFIndex i = 0, count = CFArrayGetCount(locArray); i < count; ++i) {
+      CFTypeRef item = CFArrayGetValueAtIndex(locArray, i);
+      if (!item || CFGetTypeID(item) != CFStringGetTypeID()) continue;
+      available.push_back(zrp::ToUTF8(static_cast<CFStringRef>(item)));
+      originals.push_back(item);
     }
-  }
-  return CFArrayCreate(nullptr, result.data(), static_cast<CFIndex>(result.size()), &kCFTypeArrayCallBacks);
+    std::string developmentRegion;
+    if (CFBundleRef main = CFBundleGetMainBundle()) {
+      if (CFStringRef region = CFBundleGetDevelopmentRegion(main)) developmentRegion = zrp::ToUTF8(region);
+    }
+    std::string chosen = zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion);
+    std::vector<CFTypeRef> result;
+    for (size_t i = 0; i < available.size(); ++i) {
+      if (available[i] == chosen) {
+        result.push_back(originals[i]);
+        break;
+      }
+    }
+    return CFArrayCreate(nullptr, result.data(), static_cast<CFIndex>(result.size()), &kCFTypeArrayCallBacks);
+  });
 }
 
 CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef tableName) {
-  if (!key) {
-    return value ? static_cast<CFStringRef>(CFRetain(value)) : nullptr;
-  }
-  if (bundle) {
-    std::string table = tableName && CFStringGetLength(tableName) > 0 ? zrp::ToUTF8(tableName) : "Localizable";
-    if (std::shared_ptr<const zrp::StringsTable> strings = FindTable(bundle, table)) {
-      auto found = strings->find(zrp::Chars(key));
-      if (found != strings->end()) return zrp::CreateString(found->second);
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!key) {
+      return value ? static_cast<CFStringRef>(CFRetain(value)) : nullptr;
     }
-  }
-  CFStringRef fallback = value && CFStringGetLength(value) > 0 ? value : key;
-  return static_cast<CFStringRef>(CFRetain(fallback));
+    if (bundle) {
+      std::string table = tableName && CFStringGetLength(tableName) > 0 ? zrp::ToUTF8(tableName) : "Localizable";
+      if (std::shared_ptr<const zrp::StringsTable> strings = FindTable(bundle, table)) {
+        auto found = strings->find(zrp::Chars(key));
+        if (found != strings->end()) return zrp::CreateString(found->second);
+      }
+    }
+    CFStringRef fallback = value && CFStringGetLength(value) > 0 ? value : key;
+    return static_cast<CFStringRef>(CFRetain(fallback));
+  });
 }
 
 }  // extern "C"

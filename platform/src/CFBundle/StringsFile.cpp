@@ -6,6 +6,7 @@
 
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace zrp {
 namespace {
@@ -182,6 +183,7 @@ bool LooksLikeXML(std::u16string_view text) {
 bool ParsePropertyList(std::string_view bytes, StringsTable* table) {
   CFDictionaryRef dictionary = CreateDictionaryFromPropertyListBytes(bytes);
   if (!dictionary) return false;
+  zrp::ReleaseAtEnd release(dictionary);
   CFDictionaryApplyFunction(
       dictionary,
       [](const void* key, const void* value, void* context) {
@@ -190,7 +192,6 @@ bool ParsePropertyList(std::string_view bytes, StringsTable* table) {
             Chars(static_cast<CFStringRef>(value));
       },
       table);
-  CFRelease(dictionary);
   return true;
 }
 

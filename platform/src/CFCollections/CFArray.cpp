@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CFCollections/Collection.h"
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 namespace {
@@ -109,8 +110,10 @@ void CheckIndex(const char* function, CFArrayRef array, CFIndex idx, bool mayBeE
 
 __CFArray* MakeArray(CFAllocatorRef allocator, const CFArrayCallBacks* callBacks, bool isMutable, CFIndex capacity) {
   __CFArray* array = zrp::New<__CFArray>(allocator, callBacks, isMutable);
-  if (array && capacity > 0) array->values.reserve(static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)));
-  return array;
+  if (capacity <= 0) return array;
+  return zrp::Finished(array, [&](__CFArray* made) {
+    made->values.reserve(static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)));
+  });
 }
 
 void AppendRetained(__CFArray* array, const void* const* values, CFIndex count) {
@@ -126,33 +129,37 @@ CFTypeID CFArrayGetTypeID(void) { return zrp::kTypeIDArray; }
 
 CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex numValues,
                          const CFArrayCallBacks* callBacks) {
-  if (numValues < 0 || (numValues > 0 && !values)) return nullptr;
-  __CFArray* array = MakeArray(allocator, callBacks, false, numValues);
-  if (array) AppendRetained(array, values, numValues);
-  return array;
+  return zrp::CatchOutOfMemory<CFArrayRef>(nullptr, [&]() -> CFArrayRef {
+    if (numValues < 0 || (numValues > 0 && !values)) return nullptr;
+    return zrp::Finished(MakeArray(allocator, callBacks, false, numValues),
+                         [&](__CFArray* array) { AppendRetained(array, values, numValues); });
+  });
 }
 
 CFArrayRef CFArrayCreateCopy(CFAllocatorRef allocator, CFArrayRef theArray) {
-  if (!theArray) return nullptr;
-  // An immutable array is its own copy, as on the platform.
-  if (!theArray->mutable_) {
-    if (!zrp::AllocationAllowed()) return nullptr;
-    return static_cast<CFArrayRef>(CFRetain(theArray));
-  }
-  __CFArray* array = MakeArray(allocator, &theArray->callbacks, false, Count(theArray));
-  if (array) AppendRetained(array, theArray->values.data(), Count(theArray));
-  return array;
+  return zrp::CatchOutOfMemory<CFArrayRef>(nullptr, [&]() -> CFArrayRef {
+    if (!theArray) return nullptr;
+    // An immutable array is its own copy, as on the platform.
+    if (!theArray->mutable_) {
+      if (!zrp::AllocationAllowed()) return nullptr;
+      return static_cast<CFArrayRef>(CFRetain(theArray));
+    }
+    return zrp::Finished(MakeArray(allocator, &theArray->callbacks, false, Count(theArray)),
+                         [&](__CFArray* array) { AppendRetained(array, theArray->values.data(), Count(theArray)); });
+  });
 }
 
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity, const CFArrayCallBacks* callBacks) {
-  return MakeArray(allocator, callBacks, true, capacity);
+  return zrp::CatchOutOfMemory<CFMutableArrayRef>(
+      nullptr, [&]() -> CFMutableArrayRef { return MakeArray(allocator, callBacks, true, capacity); });
 }
 
 CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity, CFArrayRef theArray) {
-  if (!theArray) return nullptr;
-  __CFArray* array = MakeArray(allocator, &theArray->callbacks, true, std::max(capacity, Count(theArray)));
-  if (array) AppendRetained(array, theArray->values.data(), Count(theArray));
-  return array;
+  return zrp::CatchOutOfMemory<CFMutableArrayRef>(nullptr, [&]() -> CFMutableArrayRef {
+    if (!theArray) return nullptr;
+    return zrp::Finished(MakeArray(allocator, &theArray->callbacks, true, std::max(capacity, Count(theArray))),
+                         [&](__CFArray* array) { AppendRetained(array, theArray->values.data(), Count(theArray)); });
+  });
 }
 
 CFIndex CFArrayGetCount(CFArrayRef theArray) { return Count(theArray); }
@@ -214,31 +221,40 @@ void CFArrayApplyFunction(CFArrayRef theArray, CFRange range, CFArrayApplierFunc
 }
 
 void CFArrayAppendValue(CFMutableArrayRef theArray, const void* value) {
-  __CFArray* array = Mutable(theArray, "CFArrayAppendValue");
-  if (!array) return;
-  array->values.push_back(array->retain(value));
+  zrp::CatchOutOfMemory([&] {
+    __CFArray* array = Mutable(theArray, "CFArrayAppendValue");
+    if (!array) return;
+    zrp::MakeRoomForOne(&array->values);
+    array->values.push_back(array->retain(value));
+  });
 }
 
 void CFArrayInsertValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value) {
-  __CFArray* array = Mutable(theArray, "CFArrayInsertValueAtIndex");
-  if (!array) return;
-  CheckIndex("CFArrayInsertValueAtIndex", array, idx, true);
-  array->values.insert(array->values.begin() + idx, array->retain(value));
+  zrp::CatchOutOfMemory([&] {
+    __CFArray* array = Mutable(theArray, "CFArrayInsertValueAtIndex");
+    if (!array) return;
+    CheckIndex("CFArrayInsertValueAtIndex", array, idx, true);
+    zrp::MakeRoomForOne(&array->values);
+    array->values.insert(array->values.begin() + idx, array->retain(value));
+  });
 }
 
 void CFArraySetValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value) {
-  __CFArray* array = Mutable(theArray, "CFArraySetValueAtIndex");
-  if (!array) return;
-  CheckIndex("CFArraySetValueAtIndex", array, idx, true);
-  // Retained before the old value goes, in case they are the same object.
-  const void* retained = array->retain(value);
-  if (idx == Count(array)) {
-    array->values.push_back(retained);
-    return;
-  }
-  const void* old = array->values[idx];
-  array->values[idx] = retained;
-  array->release(old);
+  zrp::CatchOutOfMemory([&] {
+    __CFArray* array = Mutable(theArray, "CFArraySetValueAtIndex");
+    if (!array) return;
+    CheckIndex("CFArraySetValueAtIndex", array, idx, true);
+    if (idx == Count(array)) zrp::MakeRoomForOne(&array->values);
+    // Retained before the old value goes, in case they are the same object.
+    const void* retained = array->retain(value);
+    if (idx == Count(array)) {
+      array->values.push_back(retained);
+      return;
+    }
+    const void* old = array->values[idx];
+    array->values[idx] = retained;
+    array->release(old);
+  });
 }
 
 void CFArrayRemoveValueAtIndex(CFMutableArrayRef theArray, CFIndex idx) {

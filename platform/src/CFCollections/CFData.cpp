@@ -14,6 +14,7 @@
 
 #include "CFString/StringImpl.h"
 #include "runtime/LargeBlocks.h"
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 // The bytes live in one block from malloc, grown with realloc: data can be hundreds of
@@ -163,8 +164,10 @@ extern "C" {
 CFTypeID CFDataGetTypeID(void) { return zrp::kTypeIDData; }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
-  if (length < 0 || (length > 0 && !bytes)) return nullptr;
-  return Make(bytes, static_cast<size_t>(length), 0, false);
+  return zrp::CatchOutOfMemory<CFDataRef>(nullptr, [&]() -> CFDataRef {
+    if (length < 0 || (length > 0 && !bytes)) return nullptr;
+    return Make(bytes, static_cast<size_t>(length), 0, false);
+  });
 }
 
 CFDataRef CFDataCreateCopy(CFAllocatorRef, CFDataRef theData) {

@@ -12,6 +12,7 @@
 
 #include "CFCollections/Collection.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 namespace {
@@ -151,6 +152,7 @@ void __CFDictionary::rebuild(size_t slotCount) {
 void __CFDictionary::insert(const void* key, const void* value) {
   // At most half the slots are in use, which keeps probe sequences short.
   if ((entries.size() + 1) * 2 > slots.size()) rebuild(std::max<size_t>(8, slots.size() * 2));
+  zrp::MakeRoomForOne(&entries);
   const void* retainedKey = retainKey(key);
   // Hashed after retaining: a copied key hashes like the original.
   entries.push_back({retainedKey, retainValue(value), hashKey(retainedKey)});
@@ -240,8 +242,10 @@ __CFDictionary* Mutable(CFMutableDictionaryRef dict, const char* function) {
 __CFDictionary* MakeDictionary(CFAllocatorRef allocator, const CFDictionaryKeyCallBacks* keyCallBacks,
                                const CFDictionaryValueCallBacks* valueCallBacks, bool isMutable, CFIndex capacity) {
   __CFDictionary* dict = zrp::New<__CFDictionary>(allocator, keyCallBacks, valueCallBacks, isMutable);
-  if (dict && capacity > 0) dict->entries.reserve(static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)));
-  return dict;
+  if (capacity <= 0) return dict;
+  return zrp::Finished(dict, [&](__CFDictionary* made) {
+    made->entries.reserve(static_cast<size_t>(std::min(capacity, kLargestReservedCapacity)));
+  });
 }
 
 // Stores a value under a key: a new key is added; an existing key keeps its key object and
@@ -274,40 +278,46 @@ CFTypeID CFDictionaryGetTypeID(void) { return zrp::kTypeIDDictionary; }
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values, CFIndex numValues,
                                    const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
-  if (numValues < 0 || (numValues > 0 && (!keys || !values))) return nullptr;
-  __CFDictionary* dict = MakeDictionary(allocator, keyCallBacks, valueCallBacks, false, numValues);
-  if (!dict) return nullptr;
-  // A key given twice keeps the later value, as if each pair had been set in turn.
-  for (CFIndex i = 0; i < numValues; ++i) Store(dict, keys[i], values[i], true, true);
-  return dict;
+  return zrp::CatchOutOfMemory<CFDictionaryRef>(nullptr, [&]() -> CFDictionaryRef {
+    if (numValues < 0 || (numValues > 0 && (!keys || !values))) return nullptr;
+    // A key given twice keeps the later value, as if each pair had been set in turn.
+    return zrp::Finished(MakeDictionary(allocator, keyCallBacks, valueCallBacks, false, numValues),
+                         [&](__CFDictionary* dict) {
+                           for (CFIndex i = 0; i < numValues; ++i) Store(dict, keys[i], values[i], true, true);
+                         });
+  });
 }
 
 CFDictionaryRef CFDictionaryCreateCopy(CFAllocatorRef allocator, CFDictionaryRef theDict) {
-  if (!theDict) return nullptr;
-  // An immutable dictionary is its own copy, as on the platform.
-  if (!theDict->mutable_) {
-    if (!zrp::AllocationAllowed()) return nullptr;
-    return static_cast<CFDictionaryRef>(CFRetain(theDict));
-  }
-  __CFDictionary* dict = MakeDictionary(allocator, &theDict->keyCallbacks, &theDict->valueCallbacks, false,
-                                        static_cast<CFIndex>(theDict->entries.size()));
-  if (dict) CopyEntries(dict, theDict);
-  return dict;
+  return zrp::CatchOutOfMemory<CFDictionaryRef>(nullptr, [&]() -> CFDictionaryRef {
+    if (!theDict) return nullptr;
+    // An immutable dictionary is its own copy, as on the platform.
+    if (!theDict->mutable_) {
+      if (!zrp::AllocationAllowed()) return nullptr;
+      return static_cast<CFDictionaryRef>(CFRetain(theDict));
+    }
+    return zrp::Finished(MakeDictionary(allocator, &theDict->keyCallbacks, &theDict->valueCallbacks, false,
+                                        static_cast<CFIndex>(theDict->entries.size())),
+                         [&](__CFDictionary* dict) { CopyEntries(dict, theDict); });
+  });
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
-  return MakeDictionary(allocator, keyCallBacks, valueCallBacks, true, capacity);
+  return zrp::CatchOutOfMemory<CFMutableDictionaryRef>(nullptr, [&]() -> CFMutableDictionaryRef {
+    return MakeDictionary(allocator, keyCallBacks, valueCallBacks, true, capacity);
+  });
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
                                                      CFDictionaryRef theDict) {
-  if (!theDict) return nullptr;
-  __CFDictionary* dict = MakeDictionary(allocator, &theDict->keyCallbacks, &theDict->valueCallbacks, true,
-                                        std::max(capacity, static_cast<CFIndex>(theDict->entries.size())));
-  if (dict) CopyEntries(dict, theDict);
-  return dict;
+  return zrp::CatchOutOfMemory<CFMutableDictionaryRef>(nullptr, [&]() -> CFMutableDictionaryRef {
+    if (!theDict) return nullptr;
+    return zrp::Finished(MakeDictionary(allocator, &theDict->keyCallbacks, &theDict->valueCallbacks, true,
+                                        std::max(capacity, static_cast<CFIndex>(theDict->entries.size()))),
+                         [&](__CFDictionary* dict) { CopyEntries(dict, theDict); });
+  });
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef theDict) { return static_cast<CFIndex>(theDict->entries.size()); }
@@ -346,18 +356,24 @@ void CFDictionaryApplyFunction(CFDictionaryRef theDict, CFDictionaryApplierFunct
 }
 
 void CFDictionaryAddValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
-  __CFDictionary* dict = Mutable(theDict, "CFDictionaryAddValue");
-  if (dict) Store(dict, key, value, true, false);
+  zrp::CatchOutOfMemory([&] {
+    __CFDictionary* dict = Mutable(theDict, "CFDictionaryAddValue");
+    if (dict) Store(dict, key, value, true, false);
+  });
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
-  __CFDictionary* dict = Mutable(theDict, "CFDictionarySetValue");
-  if (dict) Store(dict, key, value, true, true);
+  zrp::CatchOutOfMemory([&] {
+    __CFDictionary* dict = Mutable(theDict, "CFDictionarySetValue");
+    if (dict) Store(dict, key, value, true, true);
+  });
 }
 
 void CFDictionaryReplaceValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
-  __CFDictionary* dict = Mutable(theDict, "CFDictionaryReplaceValue");
-  if (dict) Store(dict, key, value, false, true);
+  zrp::CatchOutOfMemory([&] {
+    __CFDictionary* dict = Mutable(theDict, "CFDictionaryReplaceValue");
+    if (dict) Store(dict, key, value, false, true);
+  });
 }
 
 void CFDictionaryRemoveValue(CFMutableDictionaryRef theDict, const void* key) {

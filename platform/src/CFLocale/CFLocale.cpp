@@ -13,6 +13,7 @@
 #include "CFLocale/Languages.h"
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -97,14 +98,18 @@ CFLocaleRef CFLocaleGetSystem(void) {
 }
 
 CFLocaleRef CFLocaleCopyCurrent(void) {
-  std::string identifier = LocaleOfPreferences();
-  identifier = identifier.empty() ? zrp::EnvironmentLocale() : zrp::CanonicalLocaleIdentifier(identifier);
-  return zrp::New<__CFLocale>(std::move(identifier));
+  return zrp::CatchOutOfMemory<CFLocaleRef>(nullptr, [&]() -> CFLocaleRef {
+    std::string identifier = LocaleOfPreferences();
+    identifier = identifier.empty() ? zrp::EnvironmentLocale() : zrp::CanonicalLocaleIdentifier(identifier);
+    return zrp::New<__CFLocale>(std::move(identifier));
+  });
 }
 
 CFLocaleRef CFLocaleCreate(CFAllocatorRef, CFLocaleIdentifier localeIdentifier) {
-  if (!localeIdentifier) return nullptr;
-  return zrp::New<__CFLocale>(zrp::CanonicalLocaleIdentifier(zrp::ToUTF8(localeIdentifier)));
+  return zrp::CatchOutOfMemory<CFLocaleRef>(nullptr, [&]() -> CFLocaleRef {
+    if (!localeIdentifier) return nullptr;
+    return zrp::New<__CFLocale>(zrp::CanonicalLocaleIdentifier(zrp::ToUTF8(localeIdentifier)));
+  });
 }
 
 CFLocaleRef CFLocaleCreateCopy(CFAllocatorRef, CFLocaleRef locale) {
@@ -133,22 +138,24 @@ CFLocaleIdentifier CFLocaleCreateCanonicalLanguageIdentifierFromString(CFAllocat
 }
 
 CFArrayRef CFLocaleCopyPreferredLanguages(void) {
-  std::vector<CFTypeRef> strings;
-  bool complete = true;
-  for (const std::string& language : zrp::PreferredLanguages()) {
-    CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(language.data()),
-                                                 static_cast<CFIndex>(language.size()), kCFStringEncodingUTF8, false);
-    if (!string) {
-      complete = false;
-      break;
+  return zrp::CatchOutOfMemory<CFArrayRef>(nullptr, [&]() -> CFArrayRef {
+    std::vector<CFTypeRef> strings;
+    bool complete = true;
+    for (const std::string& language : zrp::PreferredLanguages()) {
+      CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(language.data()),
+                                                   static_cast<CFIndex>(language.size()), kCFStringEncodingUTF8, false);
+      if (!string) {
+        complete = false;
+        break;
+      }
+      strings.push_back(string);
     }
-    strings.push_back(string);
-  }
-  CFArrayRef array =
-      complete ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks)
-               : nullptr;
-  for (CFTypeRef string : strings) CFRelease(string);
-  return array;
+    CFArrayRef array =
+        complete ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks)
+                 : nullptr;
+    for (CFTypeRef string : strings) CFRelease(string);
+    return array;
+  });
 }
 
 }  // extern "C"

@@ -12,6 +12,7 @@
 
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -226,19 +227,21 @@ extern "C" {
 CFTypeID CFNumberFormatterGetTypeID(void) { return zrp::kTypeIDNumberFormatter; }
 
 CFNumberFormatterRef CFNumberFormatterCreate(CFAllocatorRef, CFLocaleRef locale, CFNumberFormatterStyle style) {
-  UNumberFormatStyle icuStyle;
-  if (!IcuStyle(style, &icuStyle)) return nullptr;
-  CFNumberFormatterRef formatter = zrp::New<__CFNumberFormatter>(locale ? locale : CFLocaleGetSystem(), style);
-  if (!formatter) return nullptr;
-  const char* localeName = IcuLocaleName(formatter->locale);
-  formatter->state = BaseState(localeName, style);
-  formatter->format = Recycled().take(formatter->state);
-  if (!formatter->format) formatter->format = ClonePrototype(localeName, style);
-  if (!formatter->format) {
-    CFRelease(formatter);
-    return nullptr;
-  }
-  return formatter;
+  return zrp::CatchOutOfMemory<CFNumberFormatterRef>(nullptr, [&]() -> CFNumberFormatterRef {
+    UNumberFormatStyle icuStyle;
+    if (!IcuStyle(style, &icuStyle)) return nullptr;
+    CFNumberFormatterRef formatter = zrp::New<__CFNumberFormatter>(locale ? locale : CFLocaleGetSystem(), style);
+    if (!formatter) return nullptr;
+    const char* localeName = IcuLocaleName(formatter->locale);
+    formatter->state = BaseState(localeName, style);
+    formatter->format = Recycled().take(formatter->state);
+    if (!formatter->format) formatter->format = ClonePrototype(localeName, style);
+    if (!formatter->format) {
+      CFRelease(formatter);
+      return nullptr;
+    }
+    return formatter;
+  });
 }
 
 CFLocaleRef CFNumberFormatterGetLocale(CFNumberFormatterRef formatter) {
@@ -251,26 +254,28 @@ CFNumberFormatterStyle CFNumberFormatterGetStyle(CFNumberFormatterRef formatter)
 }
 
 void CFNumberFormatterSetFormat(CFNumberFormatterRef formatter, CFStringRef formatString) {
-  if (!formatter || !formatString) return;
-  const std::u16string& chars = zrp::Chars(formatString);
-  std::u16string state = BaseState(IcuLocaleName(formatter->locale), formatter->style);
-  state.push_back(u'\n');
-  state += chars;
-  if (state == formatter->state) return;
-  // A recycled formatter already in that state saves parsing the pattern and preparing the
-  // formatter for it.
-  if (UNumberFormat* recycled = Recycled().take(state)) {
-    Recycled().give(formatter->state, formatter->format);
-    formatter->format = recycled;
-    formatter->state = std::move(state);
-    return;
-  }
-  UParseError parseError;
-  UErrorCode status = U_ZERO_ERROR;
-  // ICU parses the whole pattern before it changes anything, so a bad pattern leaves the
-  // formatter as it was.
-  unum_applyPattern(formatter->format, false, chars.data(), static_cast<int32_t>(chars.size()), &parseError, &status);
-  if (U_SUCCESS(status)) formatter->state = std::move(state);
+  zrp::CatchOutOfMemory([&] {
+    if (!formatter || !formatString) return;
+    const std::u16string& chars = zrp::Chars(formatString);
+    std::u16string state = BaseState(IcuLocaleName(formatter->locale), formatter->style);
+    state.push_back(u'\n');
+    state += chars;
+    if (state == formatter->state) return;
+    // A recycled formatter already in that state saves parsing the pattern and preparing the
+    // formatter for it.
+    if (UNumberFormat* recycled = Recycled().take(state)) {
+      Recycled().give(formatter->state, formatter->format);
+      formatter->format = recycled;
+      formatter->state = std::move(state);
+      return;
+    }
+    UParseError parseError;
+    UErrorCode status = U_ZERO_ERROR;
+    // ICU parses the whole pattern before it changes anything, so a bad pattern leaves the
+    // formatter as it was.
+    unum_applyPattern(formatter->format, false, chars.data(), static_cast<int32_t>(chars.size()), &parseError, &status);
+    if (U_SUCCESS(status)) formatter->state = std::move(state);
+  });
 }
 
 CFStringRef CFNumberFormatterGetFormat(CFNumberFormatterRef formatter) {
@@ -286,46 +291,50 @@ CFStringRef CFNumberFormatterGetFormat(CFNumberFormatterRef formatter) {
 
 CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberFormatterRef formatter,
                                                    CFNumberType numberType, const void* valuePtr) {
-  if (!formatter || !valuePtr) return nullptr;
-  switch (numberType) {
-    case kCFNumberSInt8Type:
-    case kCFNumberCharType:
-      return CreateWithInteger(formatter, Load<int8_t>(valuePtr));
-    case kCFNumberSInt16Type:
-    case kCFNumberShortType:
-      return CreateWithInteger(formatter, Load<int16_t>(valuePtr));
-    case kCFNumberSInt32Type:
-    case kCFNumberIntType:
-      return CreateWithInteger(formatter, Load<int32_t>(valuePtr));
-    case kCFNumberSInt64Type:
-    case kCFNumberLongType:
-    case kCFNumberLongLongType:
-    case kCFNumberCFIndexType:
-    case kCFNumberNSIntegerType:
-      return CreateWithInteger(formatter, Load<int64_t>(valuePtr));
-    case kCFNumberFloat32Type:
-    case kCFNumberFloatType:
-      return CreateWithDouble(formatter, Load<float>(valuePtr));
-    case kCFNumberFloat64Type:
-    case kCFNumberDoubleType:
-    case kCFNumberCGFloatType:
-      return CreateWithDouble(formatter, Load<double>(valuePtr));
-    default:
-      return nullptr;
-  }
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!formatter || !valuePtr) return nullptr;
+    switch (numberType) {
+      case kCFNumberSInt8Type:
+      case kCFNumberCharType:
+        return CreateWithInteger(formatter, Load<int8_t>(valuePtr));
+      case kCFNumberSInt16Type:
+      case kCFNumberShortType:
+        return CreateWithInteger(formatter, Load<int16_t>(valuePtr));
+      case kCFNumberSInt32Type:
+      case kCFNumberIntType:
+        return CreateWithInteger(formatter, Load<int32_t>(valuePtr));
+      case kCFNumberSInt64Type:
+      case kCFNumberLongType:
+      case kCFNumberLongLongType:
+      case kCFNumberCFIndexType:
+      case kCFNumberNSIntegerType:
+        return CreateWithInteger(formatter, Load<int64_t>(valuePtr));
+      case kCFNumberFloat32Type:
+      case kCFNumberFloatType:
+        return CreateWithDouble(formatter, Load<float>(valuePtr));
+      case kCFNumberFloat64Type:
+      case kCFNumberDoubleType:
+      case kCFNumberCGFloatType:
+        return CreateWithDouble(formatter, Load<double>(valuePtr));
+      default:
+        return nullptr;
+    }
+  });
 }
 
 CFStringRef CFNumberFormatterCreateStringWithNumber(CFAllocatorRef allocator, CFNumberFormatterRef formatter,
                                                     CFNumberRef number) {
-  if (!formatter || !number) return nullptr;
-  if (CFNumberIsFloatType(number)) {
-    double value = 0;
-    CFNumberGetValue(number, kCFNumberFloat64Type, &value);
-    return CFNumberFormatterCreateStringWithValue(allocator, formatter, kCFNumberFloat64Type, &value);
-  }
-  int64_t value = 0;
-  CFNumberGetValue(number, kCFNumberSInt64Type, &value);
-  return CFNumberFormatterCreateStringWithValue(allocator, formatter, kCFNumberSInt64Type, &value);
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!formatter || !number) return nullptr;
+    if (CFNumberIsFloatType(number)) {
+      double value = 0;
+      CFNumberGetValue(number, kCFNumberFloat64Type, &value);
+      return CFNumberFormatterCreateStringWithValue(allocator, formatter, kCFNumberFloat64Type, &value);
+    }
+    int64_t value = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &value);
+    return CFNumberFormatterCreateStringWithValue(allocator, formatter, kCFNumberSInt64Type, &value);
+  });
 }
 
 }  // extern "C"

@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 using zrp::CreateMutableString;
 using zrp::CreateString;
@@ -174,31 +175,42 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
 }
 
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
-  if (numChars < 0 || (numChars > 0 && !chars)) return nullptr;
-  return CreateString(std::u16string(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars)));
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (numChars < 0 || (numChars > 0 && !chars)) return nullptr;
+    return CreateString(std::u16string(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars)));
+  });
 }
 
 CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef str, CFRange range) {
-  if (!str) return nullptr;
-  if (!IsRangeValid(str, range)) HaltOnRange("CFStringCreateWithSubstring", range, str);
-  return CreateString(str->chars.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length)));
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!str) return nullptr;
+    if (!IsRangeValid(str, range)) HaltOnRange("CFStringCreateWithSubstring", range, str);
+    return CreateString(str->chars.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length)));
+  });
 }
 
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef theString) {
-  if (!theString) return nullptr;
-  // An immutable string is its own copy, as on the platform.
-  if (!theString->mutable_) {
-    if (!zrp::AllocationAllowed()) return nullptr;
-    return static_cast<CFStringRef>(CFRetain(theString));
-  }
-  return CreateString(theString->chars);
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!theString) return nullptr;
+    // An immutable string is its own copy, as on the platform.
+    if (!theString->mutable_) {
+      if (!zrp::AllocationAllowed()) return nullptr;
+      return static_cast<CFStringRef>(CFRetain(theString));
+    }
+    return CreateString(theString->chars);
+  });
 }
 
-CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) { return CreateMutableString(std::u16string()); }
+CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) {
+  return zrp::CatchOutOfMemory<CFMutableStringRef>(
+      nullptr, [&]() -> CFMutableStringRef { return CreateMutableString(std::u16string()); });
+}
 
 CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRef theString) {
-  if (!theString) return nullptr;
-  return CreateMutableString(theString->chars);
+  return zrp::CatchOutOfMemory<CFMutableStringRef>(nullptr, [&]() -> CFMutableStringRef {
+    if (!theString) return nullptr;
+    return CreateMutableString(theString->chars);
+  });
 }
 
 CFIndex CFStringGetLength(CFStringRef theString) { return static_cast<CFIndex>(theString->chars.size()); }
@@ -229,38 +241,49 @@ Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix) {
 }
 
 void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString) {
-  if (!zrp::CheckMutable(theString, "CFStringAppend") || !appendedString) return;
-  if (appendedString == theString) {
-    std::u16string copy = appendedString->chars;
-    theString->chars += copy;
-  } else {
-    theString->chars += appendedString->chars;
-  }
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringAppend") || !appendedString) return;
+    if (appendedString == theString) {
+      std::u16string copy = appendedString->chars;
+      theString->chars += copy;
+    } else {
+      theString->chars += appendedString->chars;
+    }
+  });
 }
 
 void CFStringAppendCharacters(CFMutableStringRef theString, const UniChar* chars, CFIndex numChars) {
-  if (!zrp::CheckMutable(theString, "CFStringAppendCharacters") || numChars <= 0) return;
-  theString->chars.append(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars));
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringAppendCharacters") || numChars <= 0) return;
+    theString->chars.append(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars));
+  });
 }
 
 void CFStringInsert(CFMutableStringRef str, CFIndex idx, CFStringRef insertedStr) {
-  if (!zrp::CheckMutable(str, "CFStringInsert") || !insertedStr) return;
-  if (idx < 0 || static_cast<size_t>(idx) > str->chars.size()) HaltOnRange("CFStringInsert", CFRangeMake(idx, 0), str);
-  std::u16string inserted = insertedStr->chars;
-  str->chars.insert(static_cast<size_t>(idx), inserted);
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(str, "CFStringInsert") || !insertedStr) return;
+    if (idx < 0 || static_cast<size_t>(idx) > str->chars.size())
+      HaltOnRange("CFStringInsert", CFRangeMake(idx, 0), str);
+    std::u16string inserted = insertedStr->chars;
+    str->chars.insert(static_cast<size_t>(idx), inserted);
+  });
 }
 
 void CFStringDelete(CFMutableStringRef theString, CFRange range) {
-  if (!zrp::CheckMutable(theString, "CFStringDelete")) return;
-  if (!IsRangeValid(theString, range)) HaltOnRange("CFStringDelete", range, theString);
-  theString->chars.erase(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringDelete")) return;
+    if (!IsRangeValid(theString, range)) HaltOnRange("CFStringDelete", range, theString);
+    theString->chars.erase(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
+  });
 }
 
 void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement) {
-  if (!zrp::CheckMutable(theString, "CFStringReplace") || !replacement) return;
-  if (!IsRangeValid(theString, range)) HaltOnRange("CFStringReplace", range, theString);
-  std::u16string text = replacement->chars;
-  theString->chars.replace(static_cast<size_t>(range.location), static_cast<size_t>(range.length), text);
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringReplace") || !replacement) return;
+    if (!IsRangeValid(theString, range)) HaltOnRange("CFStringReplace", range, theString);
+    std::u16string text = replacement->chars;
+    theString->chars.replace(static_cast<size_t>(range.location), static_cast<size_t>(range.length), text);
+  });
 }
 
 void CFStringReplaceAll(CFMutableStringRef theString, CFStringRef replacement) {

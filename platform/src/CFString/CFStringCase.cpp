@@ -7,6 +7,7 @@
 
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -33,11 +34,11 @@ void MapCase(CFMutableStringRef string, CFLocaleRef locale, bool upper, const ch
 extern "C" {
 
 void CFStringUppercase(CFMutableStringRef theString, CFLocaleRef locale) {
-  MapCase(theString, locale, true, "CFStringUppercase");
+  zrp::CatchOutOfMemory([&] { MapCase(theString, locale, true, "CFStringUppercase"); });
 }
 
 void CFStringLowercase(CFMutableStringRef theString, CFLocaleRef locale) {
-  MapCase(theString, locale, false, "CFStringLowercase");
+  zrp::CatchOutOfMemory([&] { MapCase(theString, locale, false, "CFStringLowercase"); });
 }
 
 }  // extern "C"

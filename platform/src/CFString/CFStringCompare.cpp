@@ -16,6 +16,7 @@
 
 #include "CFString/CompareImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace zrp::compare {
 
@@ -226,23 +227,30 @@ namespace {
 
 using namespace zrp::compare;
 
+// Compares under the options: localized through collation, else by the folded texts.
+int CompareUnderOptions(CFStringRef string1, CFStringRef string2, std::u16string_view a, std::u16string_view b,
+                        CFStringCompareFlags options, CFLocaleRef locale, bool currentLocale) {
+  if (!(options & kCFCompareLocalized)) return CompareUnlocalized(a, b, options);
+  // Sort keys stand for whole strings only.
+  CFStringRef whole = a.size() == string1->chars.size() && a.data() == string1->chars.data() ? string1 : nullptr;
+  return CompareLocalized(whole, string2, a, b, options, locale, currentLocale);
+}
+
 CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange range, CFStringCompareFlags options,
                            CFLocaleRef locale, bool currentLocale) {
   if (!string1 || !string2) Halt("CFStringCompare", "NULL string");
   CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
   std::u16string_view a = Slice(string1, range);
   std::u16string_view b = zrp::View(string2);
-  int result;
-  if (options & kCFCompareLocalized) {
-    // Sort keys stand for whole strings only.
-    CFStringRef whole = range.location == 0 && a.size() == string1->chars.size() ? string1 : nullptr;
-    result = CompareLocalized(whole, string2, a, b, options, locale, currentLocale);
-  } else {
-    result = CompareUnlocalized(a, b, options);
-  }
+  // Folding and collation build texts and keys aside; when there is no memory for them, the
+  // texts are still given an order, unit by unit.
+  constexpr int kNoMemory = 2;
+  int result = zrp::CatchOutOfMemory<int>(
+      kNoMemory, [&] { return CompareUnderOptions(string1, string2, a, b, options, locale, currentLocale); });
+  if (result == kNoMemory) result = CompareTexts(a, b, false, false);
   // Texts that the options make equal still get an order when one is forced.
   if (result == 0 && (options & kCFCompareForcedOrdering) && a != b) result = CompareTexts(a, b, false, false);
-  return result;
+  return static_cast<CFComparisonResult>(result);
 }
 
 }  // namespace

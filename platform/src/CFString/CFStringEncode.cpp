@@ -13,6 +13,7 @@
 #include "CFString/AsciiText.h"
 #include "CFString/EncodingImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -283,42 +284,46 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
 }
 
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
-  if (!theString || !buffer || bufferSize <= 0) return false;
-  // The terminating NUL needs its own byte: the characters get bufferSize - 1.
-  CFIndex used = 0;
-  CFIndex length = static_cast<CFIndex>(theString->chars.size());
-  CFIndex converted = EncodeRange(zrp::View(theString), KindOf(encoding), 0, false, reinterpret_cast<UInt8*>(buffer),
-                                  bufferSize - 1, &used);
-  if (converted != length || KindOf(encoding) == Kind::kUnsupported) {
-    buffer[0] = '\0';
-    return false;
-  }
-  buffer[used] = '\0';
-  return true;
+  return zrp::CatchOutOfMemory<Boolean>(false, [&]() -> Boolean {
+    if (!theString || !buffer || bufferSize <= 0) return false;
+    // The terminating NUL needs its own byte: the characters get bufferSize - 1.
+    CFIndex used = 0;
+    CFIndex length = static_cast<CFIndex>(theString->chars.size());
+    CFIndex converted = EncodeRange(zrp::View(theString), KindOf(encoding), 0, false, reinterpret_cast<UInt8*>(buffer),
+                                    bufferSize - 1, &used);
+    if (converted != length || KindOf(encoding) == Kind::kUnsupported) {
+      buffer[0] = '\0';
+      return false;
+    }
+    buffer[used] = '\0';
+    return true;
+  });
 }
 
 const char* CFStringGetCStringPtr(CFStringRef theString, CFStringEncoding encoding) {
-  // Only constant strings can lend a C string: every other string may change or go away,
-  // and the platform allows NULL whenever no pointer is at hand.
-  if (!theString || !theString->immortal() || theString->mutable_) return nullptr;
-  Kind kind = KindOf(encoding);
-  if (kind != Kind::kUTF8 && kind != Kind::kASCII && kind != Kind::kMacRoman && kind != Kind::kLatin1 &&
-      kind != Kind::kWindowsLatin1)
-    return nullptr;
-  std::lock_guard<std::mutex> lock(gCStringPtrMutex);
-  auto& table = CStringPtrTable();
-  auto key = std::make_pair(theString, encoding);
-  auto found = table.find(key);
-  if (found != table.end()) return found->second.c_str();
-  std::u16string_view chars = zrp::View(theString);
-  if (chars.find(u'\0') != std::u16string_view::npos) return nullptr;
-  std::string bytes(
-      static_cast<size_t>(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(chars.size()), encoding)), '\0');
-  CFIndex used = 0;
-  if (EncodeRange(chars, kind, 0, false, reinterpret_cast<UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()),
-                  &used) != static_cast<CFIndex>(chars.size()))
-    return nullptr;
-  bytes.resize(static_cast<size_t>(used));
-  return table.emplace(key, std::move(bytes)).first->second.c_str();
+  return zrp::CatchOutOfMemory<const char*>(nullptr, [&]() -> const char* {
+    // Only constant strings can lend a C string: every other string may change or go away,
+    // and the platform allows NULL whenever no pointer is at hand.
+    if (!theString || !theString->immortal() || theString->mutable_) return nullptr;
+    Kind kind = KindOf(encoding);
+    if (kind != Kind::kUTF8 && kind != Kind::kASCII && kind != Kind::kMacRoman && kind != Kind::kLatin1 &&
+        kind != Kind::kWindowsLatin1)
+      return nullptr;
+    std::lock_guard<std::mutex> lock(gCStringPtrMutex);
+    auto& table = CStringPtrTable();
+    auto key = std::make_pair(theString, encoding);
+    auto found = table.find(key);
+    if (found != table.end()) return found->second.c_str();
+    std::u16string_view chars = zrp::View(theString);
+    if (chars.find(u'\0') != std::u16string_view::npos) return nullptr;
+    std::string bytes(
+        static_cast<size_t>(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(chars.size()), encoding)), '\0');
+    CFIndex used = 0;
+    if (EncodeRange(chars, kind, 0, false, reinterpret_cast<UInt8*>(bytes.data()), static_cast<CFIndex>(bytes.size()),
+                    &used) != static_cast<CFIndex>(chars.size()))
+      return nullptr;
+    bytes.resize(static_cast<size_t>(used));
+    return table.emplace(key, std::move(bytes)).first->second.c_str();
+  });
 }
 }  // extern "C"

@@ -13,6 +13,7 @@
 #include "CFString/AsciiText.h"
 #include "CFString/EncodingImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace zrp::encoding {
 
@@ -227,23 +228,30 @@ extern "C" {
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes, CFStringEncoding encoding,
                                     Boolean isExternalRepresentation) {
-  if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
-  std::u16string chars;
-  if (!Decode(bytes, static_cast<size_t>(numBytes), KindOf(encoding), isExternalRepresentation, &chars)) return nullptr;
-  return zrp::CreateString(std::move(chars));
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
+    std::u16string chars;
+    if (!Decode(bytes, static_cast<size_t>(numBytes), KindOf(encoding), isExternalRepresentation, &chars))
+      return nullptr;
+    return zrp::CreateString(std::move(chars));
+  });
 }
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CFStringEncoding encoding) {
-  if (!cStr) return nullptr;
-  return CFStringCreateWithBytes(alloc, reinterpret_cast<const UInt8*>(cStr), static_cast<CFIndex>(std::strlen(cStr)),
-                                 encoding, false);
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!cStr) return nullptr;
+    return CFStringCreateWithBytes(alloc, reinterpret_cast<const UInt8*>(cStr), static_cast<CFIndex>(std::strlen(cStr)),
+                                   encoding, false);
+  });
 }
 
 void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding) {
-  if (!zrp::CheckMutable(theString, "CFStringAppendCString") || !cStr) return;
-  std::u16string chars;
-  if (!Decode(reinterpret_cast<const UInt8*>(cStr), std::strlen(cStr), KindOf(encoding), false, &chars)) return;
-  theString->chars += chars;
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringAppendCString") || !cStr) return;
+    std::u16string chars;
+    if (!Decode(reinterpret_cast<const UInt8*>(cStr), std::strlen(cStr), KindOf(encoding), false, &chars)) return;
+    theString->chars += chars;
+  });
 }
 
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {

@@ -15,6 +15,7 @@
 
 #include "CFString/FormatImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace zrp::format {
 
@@ -470,10 +471,12 @@ extern "C" {
 
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef, CFStringRef format,
                                                  va_list arguments) {
-  if (!format) return nullptr;
-  std::u16string chars;
-  Format(&chars, format, arguments);
-  return zrp::CreateString(std::move(chars));
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!format) return nullptr;
+    std::u16string chars;
+    Format(&chars, format, arguments);
+    return zrp::CreateString(std::move(chars));
+  });
 }
 
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format, ...) {
@@ -486,16 +489,18 @@ CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef forma
 
 void CFStringAppendFormatAndArguments(CFMutableStringRef theString, CFDictionaryRef, CFStringRef format,
                                       va_list arguments) {
-  va_list copy;
-  va_copy(copy, arguments);
-  AppendFormatList(theString, format, &copy);
-  va_end(copy);
+  zrp::CatchOutOfMemory([&] {
+    va_list copy;
+    va_copy(copy, arguments);
+    AppendFormatList(theString, format, &copy);
+    va_end(copy);
+  });
 }
 
 void CFStringAppendFormat(CFMutableStringRef theString, CFDictionaryRef, CFStringRef format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  AppendFormatList(theString, format, &arguments);
+  zrp::CatchOutOfMemory([&] { AppendFormatList(theString, format, &arguments); });
   va_end(arguments);
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -42,32 +43,34 @@ SInt32 CFStringGetIntValue(CFStringRef str) {
 }
 
 double CFStringGetDoubleValue(CFStringRef str) {
-  if (!str) return 0.0;
-  std::u16string_view text = zrp::View(str);
-  size_t i = SkipSpace(text, 0);
-  // Only the characters a number can be made of are collected, and read in the C form ("."
-  // as decimal separator) whatever the process locale is.
-  std::string number;
-  if (i < text.size() && text[i] == u'-') number.push_back('-');
-  if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) ++i;
-  size_t digits = 0;
-  while (i < text.size() && IsDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
-  if (i < text.size() && text[i] == u'.') {
-    number.push_back('.');
-    ++i;
+  return zrp::CatchOutOfMemory<double>(0, [&]() -> double {
+    if (!str) return 0.0;
+    std::u16string_view text = zrp::View(str);
+    size_t i = SkipSpace(text, 0);
+    // Only the characters a number can be made of are collected, and read in the C form ("."
+    // as decimal separator) whatever the process locale is.
+    std::string number;
+    if (i < text.size() && text[i] == u'-') number.push_back('-');
+    if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) ++i;
+    size_t digits = 0;
     while (i < text.size() && IsDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
-  }
-  if (digits == 0) return 0.0;
-  if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
-    size_t j = i + 1;
-    std::string exponent = "e";
-    if (j < text.size() && (text[j] == u'+' || text[j] == u'-')) exponent.push_back(static_cast<char>(text[j++]));
-    if (j < text.size() && IsDigit(text[j])) {
-      while (j < text.size() && IsDigit(text[j])) exponent.push_back(static_cast<char>(text[j++]));
-      number += exponent;
+    if (i < text.size() && text[i] == u'.') {
+      number.push_back('.');
+      ++i;
+      while (i < text.size() && IsDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
     }
-  }
-  static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-  return strtod_l(number.c_str(), nullptr, cLocale);
+    if (digits == 0) return 0.0;
+    if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
+      size_t j = i + 1;
+      std::string exponent = "e";
+      if (j < text.size() && (text[j] == u'+' || text[j] == u'-')) exponent.push_back(static_cast<char>(text[j++]));
+      if (j < text.size() && IsDigit(text[j])) {
+        while (j < text.size() && IsDigit(text[j])) exponent.push_back(static_cast<char>(text[j++]));
+        number += exponent;
+      }
+    }
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(number.c_str(), nullptr, cLocale);
+  });
 }
 }  // extern "C"

@@ -11,6 +11,7 @@
 
 #include "CFString/CompareImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -105,19 +106,21 @@ extern "C" {
 
 Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
                                 CFStringCompareFlags searchOptions, CFRange* result) {
-  if (!theString || !stringToFind) Halt("CFStringFindWithOptions", "NULL string");
-  CheckRange("CFStringFindWithOptions", theString, rangeToSearch);
-  std::u16string needle = stringToFind->chars;
-  Searcher searcher(Slice(theString, rangeToSearch), needle, searchOptions);
-  size_t length = static_cast<size_t>(rangeToSearch.length);
-  bool anchored = searchOptions & kCFCompareAnchored;
-  size_t start = 0;
-  size_t end = 0;
-  bool found = (searchOptions & kCFCompareBackwards) ? searcher.findBackward(0, length, anchored, &start, &end)
-                                                     : searcher.findForward(0, length, anchored, &start, &end);
-  if (found && result)
-    *result = CFRangeMake(rangeToSearch.location + static_cast<CFIndex>(start), static_cast<CFIndex>(end - start));
-  return found;
+  return zrp::CatchOutOfMemory<Boolean>(false, [&]() -> Boolean {
+    if (!theString || !stringToFind) Halt("CFStringFindWithOptions", "NULL string");
+    CheckRange("CFStringFindWithOptions", theString, rangeToSearch);
+    std::u16string needle = stringToFind->chars;
+    Searcher searcher(Slice(theString, rangeToSearch), needle, searchOptions);
+    size_t length = static_cast<size_t>(rangeToSearch.length);
+    bool anchored = searchOptions & kCFCompareAnchored;
+    size_t start = 0;
+    size_t end = 0;
+    bool found = (searchOptions & kCFCompareBackwards) ? searcher.findBackward(0, length, anchored, &start, &end)
+                                                       : searcher.findForward(0, length, anchored, &start, &end);
+    if (found && result)
+      *result = CFRangeMake(rangeToSearch.location + static_cast<CFIndex>(start), static_cast<CFIndex>(end - start));
+    return found;
+  });
 }
 
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions) {
@@ -131,51 +134,53 @@ CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCo
 
 CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind, CFStringRef replacementString,
                                CFRange rangeToSearch, CFStringCompareFlags compareOptions) {
-  if (!zrp::CheckMutable(theString, "CFStringFindAndReplace")) return 0;
-  if (!theString || !stringToFind || !replacementString) Halt("CFStringFindAndReplace", "NULL string");
-  CheckRange("CFStringFindAndReplace", theString, rangeToSearch);
-  // Copies: either argument may be the very string being changed.
-  std::u16string needle = stringToFind->chars;
-  std::u16string replacement = replacementString->chars;
-  std::u16string original = theString->chars;
-  std::u16string_view range = std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location),
-                                                                   static_cast<size_t>(rangeToSearch.length));
-  Searcher searcher(range, needle, compareOptions);
-  bool anchored = compareOptions & kCFCompareAnchored;
-  // Every occurrence in the range, none overlapping, found from the end when searching
-  // backwards; an anchored search replaces the one at the range's start (or end).
-  std::vector<std::pair<size_t, size_t>> matches;
-  size_t start = 0;
-  size_t end = 0;
-  if (compareOptions & kCFCompareBackwards) {
-    size_t to = range.size();
-    while (searcher.findBackward(0, to, anchored, &start, &end)) {
-      matches.emplace_back(start, end);
-      if (anchored || start == 0) break;
-      to = start;
+  return zrp::CatchOutOfMemory<CFIndex>(0, [&]() -> CFIndex {
+    if (!zrp::CheckMutable(theString, "CFStringFindAndReplace")) return 0;
+    if (!theString || !stringToFind || !replacementString) Halt("CFStringFindAndReplace", "NULL string");
+    CheckRange("CFStringFindAndReplace", theString, rangeToSearch);
+    // Copies: either argument may be the very string being changed.
+    std::u16string needle = stringToFind->chars;
+    std::u16string replacement = replacementString->chars;
+    std::u16string original = theString->chars;
+    std::u16string_view range = std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location),
+                                                                     static_cast<size_t>(rangeToSearch.length));
+    Searcher searcher(range, needle, compareOptions);
+    bool anchored = compareOptions & kCFCompareAnchored;
+    // Every occurrence in the range, none overlapping, found from the end when searching
+    // backwards; an anchored search replaces the one at the range's start (or end).
+    std::vector<std::pair<size_t, size_t>> matches;
+    size_t start = 0;
+    size_t end = 0;
+    if (compareOptions & kCFCompareBackwards) {
+      size_t to = range.size();
+      while (searcher.findBackward(0, to, anchored, &start, &end)) {
+        matches.emplace_back(start, end);
+        if (anchored || start == 0) break;
+        to = start;
+      }
+      std::reverse(matches.begin(), matches.end());
+    } else {
+      size_t from = 0;
+      while (from < range.size() && searcher.findForward(from, range.size(), anchored, &start, &end)) {
+        matches.emplace_back(start, end);
+        if (anchored) break;
+        from = end > start ? end : start + 1;
+      }
     }
-    std::reverse(matches.begin(), matches.end());
-  } else {
-    size_t from = 0;
-    while (from < range.size() && searcher.findForward(from, range.size(), anchored, &start, &end)) {
-      matches.emplace_back(start, end);
-      if (anchored) break;
-      from = end > start ? end : start + 1;
+    if (matches.empty()) return 0;
+    std::u16string result(original, 0, static_cast<size_t>(rangeToSearch.location));
+    size_t copied = 0;
+    for (const auto& [matchStart, matchEnd] : matches) {
+      result.append(range.substr(copied, matchStart - copied));
+      result.append(replacement);
+      copied = matchEnd;
     }
-  }
-  if (matches.empty()) return 0;
-  std::u16string result(original, 0, static_cast<size_t>(rangeToSearch.location));
-  size_t copied = 0;
-  for (const auto& [matchStart, matchEnd] : matches) {
-    result.append(range.substr(copied, matchStart - copied));
-    result.append(replacement);
-    copied = matchEnd;
-  }
-  result.append(range.substr(copied));
-  result.append(
-      std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location + rangeToSearch.length)));
-  theString->chars = std::move(result);
-  return static_cast<CFIndex>(matches.size());
+    result.append(range.substr(copied));
+    result.append(
+        std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location + rangeToSearch.length)));
+    theString->chars = std::move(result);
+    return static_cast<CFIndex>(matches.size());
+  });
 }
 
 }  // extern "C"

@@ -13,6 +13,8 @@
 #include <mutex>
 #include <string>
 
+#include "runtime/NoThrow.h"
+
 namespace {
 
 struct StatusText {
@@ -271,22 +273,26 @@ void ZRTestingSetStatusText(OSStatus status, const char* name, const char* comme
 }
 
 const char* GetMacOSStatusErrorString(OSStatus err) {
-  if (const char* text = FindOverride(err, true)) return text;
-  if (const StatusText* entry = FindStatus(err)) return entry->name;
-  if (int number = ErrnoOfStatus(err)) {
-    // NULL for numbers the C library does not know; its names are static, as promised to callers.
-    if (const char* name = strerrorname_np(number)) return name;
-  }
-  return "";
+  return zrp::CatchOutOfMemory<const char*>("", [&]() -> const char* {
+    if (const char* text = FindOverride(err, true)) return text;
+    if (const StatusText* entry = FindStatus(err)) return entry->name;
+    if (int number = ErrnoOfStatus(err)) {
+      // NULL for numbers the C library does not know; its names are static, as promised to callers.
+      if (const char* name = strerrorname_np(number)) return name;
+    }
+    return "";
+  });
 }
 
 const char* GetMacOSStatusCommentString(OSStatus err) {
-  if (const char* text = FindOverride(err, false)) return text;
-  if (const StatusText* entry = FindStatus(err)) return entry->comment;
-  if (int number = ErrnoOfStatus(err)) {
-    // strerrordesc_np, unlike strerror, neither translates nor formats "Unknown error N": the text is
-    // the C library's own static one, or NULL.
-    if (const char* text = strerrordesc_np(number)) return text;
-  }
-  return "";
+  return zrp::CatchOutOfMemory<const char*>("", [&]() -> const char* {
+    if (const char* text = FindOverride(err, false)) return text;
+    if (const StatusText* entry = FindStatus(err)) return entry->comment;
+    if (int number = ErrnoOfStatus(err)) {
+      // strerrordesc_np, unlike strerror, neither translates nor formats "Unknown error N": the text is
+      // the C library's own static one, or NULL.
+      if (const char* text = strerrordesc_np(number)) return text;
+    }
+    return "";
+  });
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 namespace {
@@ -53,7 +54,9 @@ Handle MakeHandle(Size byteCount, bool clear) {
 
 extern "C" {
 
-Handle NewHandle(Size byteCount) { return MakeHandle(byteCount, false); }
+Handle NewHandle(Size byteCount) {
+  return zrp::CatchOutOfMemory<Handle>(nullptr, [&]() -> Handle { return MakeHandle(byteCount, false); });
+}
 
 Handle NewHandleClear(Size byteCount) { return MakeHandle(byteCount, true); }
 

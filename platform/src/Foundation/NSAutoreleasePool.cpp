@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <vector>
 
+#include "runtime/NoThrow.h"
+#include "runtime/Object.h"
+
 namespace {
 
 // One thread's pools: the objects in the order they were added, and for each open pool
@@ -60,12 +63,14 @@ void NSAutoreleasePool::drain() {
 void NSAutoreleasePool::addObject(CFTypeRef object) { CFAutorelease(object); }
 
 extern "C" CFTypeRef CFAutorelease(CFTypeRef cf) {
-  if (!cf) return cf;
+  // NULL is a programming error, as for CFRetain.
+  if (!cf) zrp::Halt("CFAutorelease()");
   PoolStack& stack = ThreadPools();
   if (stack.marks.empty()) {
     std::fprintf(stderr, "*** Object %p autoreleased with no pool in place - just leaking\n", cf);
     return cf;
   }
-  stack.objects.push_back(cf);
+  // Without memory for one more entry the object is leaked, as without a pool.
+  zrp::CatchOutOfMemory([&] { stack.objects.push_back(cf); });
   return cf;
 }

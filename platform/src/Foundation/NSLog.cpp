@@ -15,6 +15,7 @@
 #include <string>
 
 #include "CFString/StringImpl.h"
+#include "runtime/NoThrow.h"
 
 namespace {
 
@@ -40,24 +41,26 @@ std::string Prefix() {
 extern "C" {
 
 void NSLogv(NSString* format, va_list args) {
-  if (!format) return;
-  CFStringRef message = CFStringCreateWithFormatAndArguments(nullptr, nullptr, format, args);
-  std::string text = message ? zrp::ToUTF8(message) : std::string();
-  if (message) CFRelease(message);
+  zrp::CatchOutOfMemory([&] {
+    if (!format) return;
+    CFStringRef message = CFStringCreateWithFormatAndArguments(nullptr, nullptr, format, args);
+    std::string text = message ? zrp::ToUTF8(message) : std::string();
+    if (message) CFRelease(message);
 
-  {
-    std::lock_guard<std::mutex> lock(gSinkMutex);
-    if (gSink) {
-      gSink(text.c_str(), gSinkContext);
-      return;
+    {
+      std::lock_guard<std::mutex> lock(gSinkMutex);
+      if (gSink) {
+        gSink(text.c_str(), gSinkContext);
+        return;
+      }
     }
-  }
-  std::string line = Prefix() + text;
-  if (line.empty() || line.back() != '\n') line.push_back('\n');
-  // One write, so that lines from several threads do not interleave.
-  ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
-  (void)ignored;
-  syslog(LOG_USER | LOG_WARNING, "%s", text.c_str());
+    std::string line = Prefix() + text;
+    if (line.empty() || line.back() != '\n') line.push_back('\n');
+    // One write, so that lines from several threads do not interleave.
+    ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
+    (void)ignored;
+    syslog(LOG_USER | LOG_WARNING, "%s", text.c_str());
+  });
 }
 
 void NSLog(NSString* format, ...) {

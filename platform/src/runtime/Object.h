@@ -38,6 +38,10 @@ enum : CFTypeID {
 // (false when a test armed a failure for it).
 bool AllocationAllowed();
 
+// Stops the process with "<what> called with NULL" on standard error, as the platform does when
+// CFRetain, CFRelease and their kin are handed NULL.
+[[noreturn]] void Halt(const char* what);
+
 class Object {
  public:
   explicit Object(CFTypeID typeID);

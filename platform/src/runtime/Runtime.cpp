@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
 namespace zrp {
@@ -18,6 +19,7 @@ namespace {
 std::atomic<long> gLiveObjects{0};
 thread_local long tAllocationCount = 0;
 thread_local long tFailCountdown = 0;
+thread_local long tCxxFailCountdown = 0;
 
 const char* const kBuiltinTypeNames[] = {nullptr,
                                          "CFNull",
@@ -81,11 +83,12 @@ const char* TypeName(CFTypeID typeID) {
   return ClassNameOfType(typeID);
 }
 
-namespace {
 [[noreturn]] void Halt(const char* what) {
   std::fprintf(stderr, "%s called with NULL\n", what);
   std::abort();
 }
+
+namespace {
 
 // The allocators are distinct markers; every object is allocated by the runtime itself.
 struct AllocatorMarker {
@@ -157,8 +160,10 @@ CFHashCode CFHash(CFTypeRef cf) {
 }
 
 CFStringRef CFCopyDescription(CFTypeRef cf) {
-  if (!cf) return nullptr;
-  return AsObject(cf)->copyDescription();
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (!cf) return nullptr;
+    return AsObject(cf)->copyDescription();
+  });
 }
 
 CFStringRef CFCopyTypeIDDescription(CFTypeID type_id) {
@@ -191,5 +196,13 @@ __attribute__((visibility("default"))) void* __wrap_calloc(size_t count, size_t 
   if (!zrp::AllocationAllowed()) return nullptr;
   return std::calloc(count, size);
 }
+
+// The test programs' operator new asks here: C++ allocations have a countdown of their own, so
+// that a test can make a container throw without also failing the malloc it stands beside.
+void ZRTestingFailCxxAllocation(long n) { zrp::tCxxFailCountdown = n > 0 ? n : 0; }
+
+Boolean ZRTestingCxxFailurePending(void) { return zrp::tCxxFailCountdown > 0; }
+
+Boolean ZRTestingCxxAllocationAllowed(void) { return !(zrp::tCxxFailCountdown > 0 && --zrp::tCxxFailCountdown == 0); }
 
 }  // extern "C"
