@@ -231,13 +231,13 @@ const UniChar* CFStringGetCharactersPtr(CFStringRef theString) {
   return reinterpret_cast<const UniChar*>(theString->chars.c_str());
 }
 
+// An empty prefix or suffix is not found, as on the platform (which searches for it, anchored).
 Boolean CFStringHasPrefix(CFStringRef theString, CFStringRef prefix) {
-  return zrp::View(theString).substr(0, prefix->chars.size()) == zrp::View(prefix);
+  return !prefix->chars.empty() && zrp::View(theString).starts_with(zrp::View(prefix));
 }
 
 Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix) {
-  std::u16string_view text = zrp::View(theString);
-  return text.size() >= suffix->chars.size() && text.substr(text.size() - suffix->chars.size()) == zrp::View(suffix);
+  return !suffix->chars.empty() && zrp::View(theString).ends_with(zrp::View(suffix));
 }
 
 void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString) {
