@@ -224,11 +224,12 @@ struct ThreadState {
   CollatorCache collators;
 };
 
-// The calling thread's state, reached through plain variables in the initial TLS block: a
-// thread_local object with a destructor costs a call into the dynamic linker on every access
-// from a shared library, more than the rest of a comparison by sort keys.
-[[gnu::tls_model("initial-exec")]] thread_local ThreadState* gThreadState = nullptr;
-[[gnu::tls_model("initial-exec")]] thread_local bool gThreadStateGone = false;
+// The calling thread's state, reached through plain variables: a thread_local object with a
+// destructor is reached through a guard and a wrapper on every access, plain data is not. The
+// default TLS model keeps the library loadable with dlopen (no room is taken in the static TLS
+// block, which cannot grow once the process runs).
+thread_local ThreadState* gThreadState = nullptr;
+thread_local bool gThreadStateGone = false;
 
 ThreadState::~ThreadState() {
   gThreadState = nullptr;

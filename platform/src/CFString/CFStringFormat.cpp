@@ -33,8 +33,9 @@ struct ParsedCacheEntry {
   CFStringRef format;
   const ParsedFormat* parsed;
 };
-// Plain data in the static TLS block: reached without a call, unlike a dynamic TLS slot.
-static thread_local ParsedCacheEntry tParsedCache[16] __attribute__((tls_model("initial-exec")));
+// Plain data, so that reaching it needs no guard; the default TLS model keeps the library
+// loadable with dlopen.
+thread_local ParsedCacheEntry tParsedCache[16];
 
 __attribute__((noinline)) const ParsedFormat* ParsedConstantSlow(CFStringRef format, ParsedCacheEntry* entry) {
   const ParsedFormat* parsed;
