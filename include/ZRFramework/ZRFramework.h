@@ -214,6 +214,10 @@ ZR_EXPORT void ZRSetLOCStringRefOfDictionaryRef(CFMutableDictionaryRef ioDiction
 // A new empty mutable dictionary with the standard callbacks for objects; NULL when it cannot be
 // made. Never logs.
 ZR_EXPORT CFMutableDictionaryRef ZRCreateMutableDictionaryRef(void);
+// A new property list read from the file at the POSIX path (XML, binary or old-style), or NULL.
+// Its type is not checked: a file whose root is an array or a string gives that object.
+ZR_EXPORT CFDictionaryRef ZRCreateDictionaryRefWithContentsOfPathStringRef(CFStringRef inPathStringRef,
+                                                                           Boolean inLog);
 
 // ---------------------------------------------------------------------------------------------
 // Preferences: typed preference accessors

@@ -1,6 +1,6 @@
-// ZRDictionary.cpp: typed reading and writing of values in dictionaries keyed by strings, and
-// the creation of an empty mutable dictionary. The number rules here (any number accepted and
-// converted, the conversion's exactness ignored, a Boolean not a number) are the library's rules
+// ZRDictionary.cpp: typed reading and writing of values in dictionaries keyed by strings, the
+// creation of an empty mutable dictionary, and the loading of one from a property-list file. The number rules here (any
+// number accepted and converted, the conversion's exactness ignored, a Boolean not a number) are the library's rules
 // for typed numbers wherever they are stored.
 #include "diagnostics/Frame.h"
 
@@ -141,6 +141,48 @@ void ZRSetLOCStringRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CF
 CFMutableDictionaryRef ZRCreateMutableDictionaryRef(void) {
   return CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                    &kCFTypeDictionaryValueCallBacks);
+}
+
+CFDictionaryRef ZRCreateDictionaryRefWithContentsOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog) {
+  CFURLRef urlRef = NULL;
+  CFReadStreamRef streamRef = NULL;
+  CFPropertyListRef propertyListRef = NULL;
+  ZR_CLEANUP {
+    ZRDestroyURLRef(&urlRef);
+    ZRDestroyPropertyListRef(&propertyListRef);
+    ZRDestroyReadStreamRef(&streamRef);
+  };
+
+  if (inPathStringRef == NULL) {
+    ZR_LOG_ERROR(inLog, CFSTR("inPathStringRef: %p"), inPathStringRef);
+    return NULL;
+  }
+  urlRef = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, inPathStringRef, kCFURLPOSIXPathStyle, false);
+  if (urlRef == NULL) {
+    ZR_LOG_ERROR(inLog, CFSTR("CFURLCreateWithFileSystemPath returns NULL for '%@'"), inPathStringRef);
+    return NULL;
+  }
+  streamRef = CFReadStreamCreateWithFile(kCFAllocatorDefault, urlRef);
+  if (streamRef == NULL) {
+    ZR_LOG_ERROR(inLog, CFSTR("CFReadStreamCreateWithFile returns NULL for '%@'"), inPathStringRef);
+    return NULL;
+  }
+  if (!CFReadStreamOpen(streamRef)) {
+    ZR_LOG_ERROR(inLog, CFSTR("CFReadStreamOpen returns false for '%@'"), inPathStringRef);
+    return NULL;
+  }
+  CFPropertyListFormat format = kCFPropertyListXMLFormat_v1_0;
+  propertyListRef =
+      CFPropertyListCreateFromStream(kCFAllocatorDefault, streamRef, 0, kCFPropertyListImmutable, &format, NULL);
+  CFReadStreamClose(streamRef);
+  if (propertyListRef == NULL) {
+    ZR_LOG_ERROR(inLog, CFSTR("CFPropertyListCreateFromStream returns NULL for '%@'"), inPathStringRef);
+    return NULL;
+  }
+  // The cleanup drops the local reference; the caller receives the one taken here. The root's
+  // type is left to the caller to check.
+  CFRetain(propertyListRef);
+  return static_cast<CFDictionaryRef>(propertyListRef);
 }
 
 }  // extern "C"

@@ -5,6 +5,7 @@
 #include <CoreFoundation/CFBase.h>
 #include <CoreFoundation/CFData.h>
 #include <CoreFoundation/CFError.h>
+#include <CoreFoundation/CFStream.h>
 #include <CoreFoundation/CFString.h>
 
 CF_EXTERN_C_BEGIN
@@ -50,6 +51,18 @@ CF_EXPORT Boolean CFPropertyListIsValid(CFPropertyListRef plist, CFPropertyListF
 // success and a new string saying why on failure.
 CF_EXPORT CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef propertyList);
 CF_EXPORT CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData,
-                                                          CFOptionFlags mutabilityOption, CFStringRef* errorString);
+                                                            CFOptionFlags mutabilityOption, CFStringRef* errorString);
+
+// Read the property list that the next streamLength bytes of an open stream hold (0: up to the
+// end of the stream), in any of the three forms, as CFPropertyListCreateWithData reads data. NULL
+// when the stream is not open, a read fails, or the bytes are no property list; the older call
+// then puts a new string saying why in *errorString, the newer a new error in *error (code
+// kCFPropertyListReadStreamError when the stream failed). The stream is left open.
+CF_EXPORT CFPropertyListRef CFPropertyListCreateFromStream(CFAllocatorRef allocator, CFReadStreamRef stream,
+                                                           CFIndex streamLength, CFOptionFlags mutabilityOption,
+                                                           CFPropertyListFormat* format, CFStringRef* errorString);
+CF_EXPORT CFPropertyListRef CFPropertyListCreateWithStream(CFAllocatorRef allocator, CFReadStreamRef stream,
+                                                           CFIndex streamLength, CFOptionFlags options,
+                                                           CFPropertyListFormat* format, CFErrorRef* error);
 
 CF_EXTERN_C_END

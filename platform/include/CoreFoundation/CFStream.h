@@ -1,6 +1,48 @@
-// CFStream.h: read streams (the type; the library only holds and releases them here).
+// CFStream.h: read streams over files: open, read in pieces, status and the POSIX error of a
+// failed open or read, close.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFURL.h>
+
+CF_EXTERN_C_BEGIN
 
 typedef struct __CFReadStream* CFReadStreamRef;
+
+typedef CFIndex CFStreamStatus;
+enum {
+  kCFStreamStatusNotOpen = 0,
+  kCFStreamStatusOpening,
+  kCFStreamStatusOpen,
+  kCFStreamStatusReading,
+  kCFStreamStatusWriting,
+  kCFStreamStatusAtEnd,
+  kCFStreamStatusClosed,
+  kCFStreamStatusError
+};
+
+typedef CFIndex CFStreamErrorDomain;
+enum { kCFStreamErrorDomainCustom = -1, kCFStreamErrorDomainPOSIX = 1, kCFStreamErrorDomainMacOSStatus = 2 };
+
+typedef struct {
+  CFIndex domain;
+  SInt32 error;
+} CFStreamError;
+
+CF_EXPORT CFTypeID CFReadStreamGetTypeID(void);
+// A stream that reads the file the URL names; NULL for a NULL URL, a URL without a file-system
+// path, or when the stream cannot be allocated. The file is opened only by CFReadStreamOpen.
+CF_EXPORT CFReadStreamRef CFReadStreamCreateWithFile(CFAllocatorRef alloc, CFURLRef fileURL);
+// Opens the file: true and status kCFStreamStatusOpen, or false with status kCFStreamStatusError
+// and the POSIX error in CFReadStreamGetError. A stream opens once: false when it is not new.
+CF_EXPORT Boolean CFReadStreamOpen(CFReadStreamRef stream);
+// Closes the file (status kCFStreamStatusClosed); nothing more can be read.
+CF_EXPORT void CFReadStreamClose(CFReadStreamRef stream);
+// Reads up to bufferLength bytes: the count read, 0 at the end of the file (status
+// kCFStreamStatusAtEnd), -1 on an error or when the stream is not open.
+CF_EXPORT CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8* buffer, CFIndex bufferLength);
+CF_EXPORT CFStreamStatus CFReadStreamGetStatus(CFReadStreamRef stream);
+// The error that put the stream into kCFStreamStatusError; {0, 0} when there is none.
+CF_EXPORT CFStreamError CFReadStreamGetError(CFReadStreamRef stream);
+
+CF_EXTERN_C_END
