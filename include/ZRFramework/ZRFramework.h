@@ -223,6 +223,12 @@ ZR_EXPORT CFDictionaryRef ZRCreateDictionaryRefWithContentsOfPathStringRef(CFStr
 // Preferences: typed preference accessors
 // ---------------------------------------------------------------------------------------------
 
+// Reads the main bundle's "Contents/Info.plist" anew on every call and copies the string under
+// the key into *outStringRef (which must be empty). paramErr for a NULL key or out slot or a
+// full slot; unknownErr when the file cannot be read, its root is no dictionary, or the key holds
+// no string. inLog stands before the out slot.
+ZR_EXPORT OSStatus ZRCopyStringRefOfInfoPlistKey(CFStringRef inKeyStringRef, Boolean inLog, CFStringRef* outStringRef);
+
 // The running application's preferences (kCFPreferencesCurrentApplication) by type, one key at a
 // time. No inLog, no status and no ERROR line. Setters take the value first and the key second,
 // do nothing for a NULL key (or a NULL string or date), and never synchronize. Getters take the key
