@@ -32,7 +32,9 @@ class DictionaryFileTest : public zrtest::LeakCheckedTest {
   // The path of `name` in the test's folder, written with `bytes` unless bytes is NULL.
   CFStringRef PathOf(const std::string& name, const char* bytes) {
     std::string path = folder_ + "/" + name;
-    if (bytes) EXPECT_TRUE(zrtest::WriteFile(path, bytes));
+    if (bytes) {
+      EXPECT_TRUE(zrtest::WriteFile(path, bytes));
+    }
     ZRDestroyStringRef(&path_);
     path_ = MakeString(path);
     return path_;

@@ -29,7 +29,9 @@ class CFReadStreamTest : public zrtest::LeakCheckedTest {
   // A stream on the file `name` in the test's folder, written with `bytes` unless bytes is NULL.
   CFReadStreamRef StreamOn(const std::string& name, const char* bytes) {
     std::string path = folder_ + "/" + name;
-    if (bytes) EXPECT_TRUE(zrtest::WriteFile(path, bytes));
+    if (bytes) {
+      EXPECT_TRUE(zrtest::WriteFile(path, bytes));
+    }
     CFStringRef string = MakeString(path);
     CFURLRef url = CFURLCreateWithFileSystemPath(nullptr, string, kCFURLPOSIXPathStyle, false);
     CFRelease(string);

@@ -152,7 +152,7 @@ CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8* buffer, CFIndex bufferLe
 }
 
 CFStreamStatus CFReadStreamGetStatus(CFReadStreamRef stream) {
-  return stream ? Stream(stream)->status : kCFStreamStatusError;
+  return stream ? Stream(stream)->status : static_cast<CFStreamStatus>(kCFStreamStatusError);
 }
 
 CFStreamError CFReadStreamGetError(CFReadStreamRef stream) {
