@@ -152,6 +152,9 @@ ZR_EXPORT Boolean ZRAppendIntegerToArrayRef(CFMutableArrayRef ioArrayRef, int in
 ZR_EXPORT CFStringRef ZRGetStringRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
 ZR_EXPORT CFDictionaryRef ZRGetDictionaryRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
 ZR_EXPORT CFArrayRef ZRGetArrayRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex);
+// The element when it answers true to isKindOfClass: with inClass (a subclass's instance
+// included), else NULL. Borrowed, like the other element getters.
+ZR_EXPORT id ZRGetObjectAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex, Class inClass);
 // The first element of inArrayRef, in its order, that inSearchArrayRef contains (compared with
 // CFEqual), else NULL.
 ZR_EXPORT CFTypeRef ZRGetFirstOccurrenceOfArrayRefInArrayRef(CFArrayRef inArrayRef, CFArrayRef inSearchArrayRef);

@@ -49,6 +49,13 @@ CFArrayRef ZRGetArrayRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex
   return static_cast<CFArrayRef>(ElementOfType(inArrayRef, inIndex, CFArrayGetTypeID()));
 }
 
+id ZRGetObjectAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex, Class inClass) {
+  // Asked of the object itself, so that any object that answers isKindOfClass: takes part: the
+  // platform's objects through their bridged classes, and the application's own.
+  id element = const_cast<void*>(CFArrayGetValueAtIndex(inArrayRef, inIndex));
+  return ns::isKindOfClass(element, inClass) ? element : NULL;
+}
+
 CFTypeRef ZRGetFirstOccurrenceOfArrayRefInArrayRef(CFArrayRef inArrayRef, CFArrayRef inSearchArrayRef) {
   CFIndex searchCount = CFArrayGetCount(inSearchArrayRef);
   for (CFIndex index = 0; index < CFArrayGetCount(inArrayRef); ++index) {

@@ -195,3 +195,47 @@ TEST_F(ArrayTest, AddStringsRefusesANullArray) {
 }
 
 }  // namespace
+
+namespace {
+
+// The application's class of that name below superclass, made and registered once per process.
+Class ApplicationClass(const char* name, Class superclass) {
+  if (Class existing = objc_getClass(name)) return existing;
+  Class cls = objc_allocateClassPair(superclass, name, 0);
+  if (cls) objc_registerClassPair(cls);
+  return cls;
+}
+
+TEST_F(ArrayTest, ObjectAtIndexAnswersIsKindOfClass) {
+  CFMutableArrayRef array = Array({CFStringCreateMutableCopy(nullptr, 0, CFSTR("a")), zrtest::Number(1)});
+  Class stringClass = objc_getClass("NSString");
+  Class numberClass = objc_getClass("NSNumber");
+  // A mutable string is an instance of a subclass of NSString.
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, stringClass), CFArrayGetValueAtIndex(array, 0));
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, objc_getClass("NSMutableString")), CFArrayGetValueAtIndex(array, 0));
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, numberClass), nullptr);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 1, numberClass), CFArrayGetValueAtIndex(array, 1));
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 1, stringClass), nullptr);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 1, Nil), nullptr);
+  CFRelease(array);
+}
+
+TEST_F(ArrayTest, ObjectAtIndexTakesTheApplicationsOwnClasses) {
+  Class quote = ApplicationClass("ZRArrayTestQuote", Nil);
+  Class stock = ApplicationClass("ZRArrayTestStockQuote", quote);
+  Class other = ApplicationClass("ZRArrayTestOther", Nil);
+  ASSERT_NE(quote, Nil);
+  ASSERT_NE(stock, Nil);
+  ASSERT_NE(other, Nil);
+  id instance = class_createInstance(stock, 0);
+  ASSERT_NE(instance, nullptr);
+  CFMutableArrayRef array = Array({instance});
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, stock), instance);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, quote), instance);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, objc_getClass("NSObject")), instance);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, other), nullptr);
+  EXPECT_EQ(ZRGetObjectAtIndexOfArrayRef(array, 0, objc_getClass("NSString")), nullptr);
+  CFRelease(array);
+}
+
+}  // namespace
