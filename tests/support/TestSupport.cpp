@@ -3,6 +3,7 @@
 
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <thread>
 
@@ -321,6 +323,34 @@ bool StopProcess(pid_t pid) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return false;
+}
+
+bool StopApplications(OSType signature) {
+  ProcessSerialNumber psn;
+  while (ZRApplicationWithSignatureIsRunning(signature, &psn)) {
+    pid_t pid = -1;
+    if (GetProcessPID(&psn, &pid) != noErr || !StopProcess(pid)) return false;
+  }
+  return true;
+}
+
+ToolResult RunTool(const std::string& toolPath, const std::string& arguments, const std::string& input,
+                   const std::string& folder, bool onTerminal) {
+  ToolResult result;
+  std::string in = folder + "/in", out = folder + "/out", err = folder + "/err";
+  if (!WriteFile(in, input)) return result;
+  std::string command = "'" + toolPath + "' " + arguments;
+  std::string line = onTerminal ? "script -qec \"" + command + "\" /dev/null" : command;
+  line += " <'" + in + "' >'" + out + "' 2>'" + err + "'";
+  int status = std::system(line.c_str());
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  auto readAll = [](const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  };
+  result.out = readAll(out);
+  result.err = readAll(err);
+  return result;
 }
 
 }  // namespace zrtest

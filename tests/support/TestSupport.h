@@ -172,6 +172,22 @@ bool AddDrmRenderNode(const std::string& root, int card);
 bool MakeApplicationBundle(const std::string& folder, const std::string& name, const std::string& signature,
                            const std::string& identifier, const std::string& executable);
 
+// Stops every process that carries the signature (StopProcess); false when one outlived it.
+bool StopApplications(OSType signature);
+
+// What a command-line tool printed and how it ended.
+struct ToolResult {
+  int status = -1;  // the exit status; -1 when it did not exit normally or could not be run
+  std::string out;
+  std::string err;
+};
+
+// Runs the tool at toolPath with the arguments (shell words, quoted by the caller) as a user would,
+// standard input from the text, through files in folder; on a terminal of its own (`script`) when
+// onTerminal.
+ToolResult RunTool(const std::string& toolPath, const std::string& arguments, const std::string& input,
+                   const std::string& folder, bool onTerminal = false);
+
 // Kills the process (which need not be a child of this one) and waits, up to five seconds, until
 // it has ended. True when it is gone or only a zombie is left.
 bool StopProcess(pid_t pid);

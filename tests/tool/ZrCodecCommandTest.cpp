@@ -21,16 +21,7 @@ namespace {
 constexpr size_t kByteBlock = (size_t{1} << 20) - 1;
 constexpr size_t kTextBlock = size_t{1} << 20;
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using Result = zrtest::ToolResult;
 
 class ZrCodecCommandTest : public testing::Test {
  protected:
@@ -41,16 +32,7 @@ class ZrCodecCommandTest : public testing::Test {
   void TearDown() override { EXPECT_TRUE(zrtest::RemoveFolder(folder_)); }
 
   Result Run(const std::string& command, const std::string& input) {
-    Result result;
-    std::string in = folder_ + "/in", out = folder_ + "/out", err = folder_ + "/err";
-    if (!zrtest::WriteFile(in, input)) return result;
-    std::string line =
-        std::string("'") + ZR_TOOL_PATH + "' " + command + " <'" + in + "' >'" + out + "' 2>'" + err + "'";
-    int status = std::system(line.c_str());
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadAll(out);
-    result.err = ReadAll(err);
-    return result;
+    return zrtest::RunTool(ZR_TOOL_PATH, command, input, folder_);
   }
 
   std::string folder_;

@@ -5,11 +5,7 @@
 #include <sched.h>
 #include <stdlib.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -21,16 +17,7 @@ namespace {
 // A copy of the fixture application with a signature of its own, alone in its folder.
 constexpr OSType kToolSignature = 0x5A527A74;  // 'ZRzt'
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using Result = zrtest::ToolResult;
 
 class ZrSystemCommandTest : public testing::Test {
  protected:
@@ -42,33 +29,18 @@ class ZrSystemCommandTest : public testing::Test {
     setenv("ZR_APPLICATION_FOLDERS", (folder_ + "/apps").c_str(), 1);
   }
   void TearDown() override {
-    ProcessSerialNumber psn;
-    while (ZRApplicationWithSignatureIsRunning(kToolSignature, &psn)) {
-      pid_t pid = -1;
-      ASSERT_EQ(GetProcessPID(&psn, &pid), noErr);
-      ASSERT_TRUE(zrtest::StopProcess(pid));
-    }
+    // Only the test that launches stops: the others run at the same time in processes of their own.
+    if (launches_) EXPECT_TRUE(zrtest::StopApplications(kToolSignature));
     unsetenv("ZR_APPLICATION_FOLDERS");
     EXPECT_TRUE(zrtest::RemoveFolder(folder_));
   }
 
-  // Runs zr with the arguments, standard input from the text; through `script` (a terminal of
-  // its own) when onTerminal.
   Result Run(const std::string& arguments, const std::string& input = "", bool onTerminal = false) {
-    Result result;
-    std::string in = folder_ + "/in", out = folder_ + "/out", err = folder_ + "/err";
-    if (!zrtest::WriteFile(in, input)) return result;
-    std::string command = std::string("'") + ZR_TOOL_PATH + "' " + arguments;
-    std::string line = onTerminal ? "script -qec \"" + command + "\" /dev/null" : command;
-    line += " <'" + in + "' >'" + out + "' 2>'" + err + "'";
-    int status = std::system(line.c_str());
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadAll(out);
-    result.err = ReadAll(err);
-    return result;
+    return zrtest::RunTool(ZR_TOOL_PATH, arguments, input, folder_, onTerminal);
   }
 
   std::string folder_;
+  bool launches_ = false;
 };
 
 TEST_F(ZrSystemCommandTest, SystemShowsTheHostVersionAndWhatLinuxReallyIs) {
@@ -91,6 +63,7 @@ TEST_F(ZrSystemCommandTest, SystemShowsTheHostVersionAndWhatLinuxReallyIs) {
 }
 
 TEST_F(ZrSystemCommandTest, AppsFindsLaunchesOnceAndListsBySignature) {
+  launches_ = true;
   Result found = Run("apps find ZRzt");
   ASSERT_EQ(found.status, 0) << found.err;
   EXPECT_EQ(found.out, folder_ + "/apps/Tool.app\n");
