@@ -665,6 +665,29 @@ ZR_EXPORT OSStatus ZRCopyNameStringRefOfFSRef(const FSRef* inFSRef, CFStringRef*
 // ZRCopyNameStringRefOfFSRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRNameStringOfFSRef(const FSRef* inFSRef);
 
+// ---------------------------------------------------------------------------------------------
+// Files: support folder, language and resources
+// ---------------------------------------------------------------------------------------------
+
+// 1 when the first of the user's "AppleLanguages" that is "en" or "de" is "de", else 0 (also when
+// the preference is missing or names neither). Never fails.
+ZR_EXPORT Boolean ZRGetApplicationLanguageType(void);
+// The application's folder "Korvane" in the user's Application Support folder, both made when
+// missing, as a POSIX path in a 1024-byte buffer of calloc (the caller frees it). A buffer found
+// in the slot is freed and the slot emptied before paramErr. An existing item of that name is
+// taken as it is, folder or not.
+ZR_EXPORT OSStatus ZRCopySupportPathBuffer(char** outBuffer, Boolean inLog);
+// The URL of the main bundle's resource file of that full name (extension included), looked for
+// in the resources folder, then in its localization folders.
+ZR_EXPORT OSStatus ZRCopyResourceURLRef(CFStringRef inResourceNameStringRef, CFURLRef* outURLRef, Boolean inLog);
+// The resource's file reference, filled in place.
+ZR_EXPORT OSStatus ZRGetResourceFSRef(CFStringRef inResourceNameStringRef, FSRef* outFSRef, Boolean inLog);
+// The resource's POSIX path.
+ZR_EXPORT OSStatus ZRCopyResourcePathStringRef(CFStringRef inResourceNameStringRef, CFStringRef* outStringRef,
+                                               Boolean inLog);
+// The resource's POSIX path in UTF-8, in a buffer the caller frees.
+ZR_EXPORT OSStatus ZRCopyResourcePathBuffer(CFStringRef inResourceNameStringRef, char** outBuffer, Boolean inLog);
+
 #ifdef __cplusplus
 }  // extern "C"
 

@@ -1,11 +1,12 @@
 // FilesCommands.cpp: `zr xattr list|get|set|delete` (values stored as the library stores them:
-// XML property lists, raw bytes for data) and `zr path tilde|expand|from-hfs`.
+// XML property lists, raw bytes for data), `zr path tilde|expand|from-hfs` and `zr support-folder`.
 #include <ZRFramework/ZRFramework.h>
 #include <sys/xattr.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -205,10 +206,21 @@ int RunPath(const Arguments& arguments) {
   return 0;
 }
 
+int RunSupportFolder(const Arguments& arguments) {
+  if (!arguments.empty()) return UsageError("usage: zr support-folder");
+  char* buffer = NULL;
+  if (ZRCopySupportPathBuffer(&buffer, true) != noErr) return Failure("cannot find or make the support folder");
+  std::printf("%s\n", buffer);
+  free(buffer);
+  return 0;
+}
+
 const Command kXattr("xattr", "xattr list|get|set|delete FILE [NAME [VALUE]] [--type T]",
                      "typed values in a file's extended attributes, as the library stores them", RunXattr);
 const Command kPath("path", "path tilde|expand|from-hfs PATH", "a path as a tilde path, expanded, or from an HFS path",
                     RunPath);
+const Command kSupportFolder("support-folder", "support-folder", "the application's support folder, made on first use",
+                             RunSupportFolder);
 
 }  // namespace
 }  // namespace zr::tool

@@ -1,5 +1,5 @@
-// CFBundle.h: bundles: the application's main bundle, its information property list and its
-// localized strings.
+// CFBundle.h: bundles: the application's main bundle, its information property list, its
+// localized strings and its resource files.
 #pragma once
 
 #include <CoreFoundation/CFArray.h>
@@ -46,6 +46,19 @@ CF_EXPORT CFStringRef CFBundleGetDevelopmentRegion(CFBundleRef bundle);
 CF_EXPORT CFArrayRef CFBundleCopyBundleLocalizations(CFBundleRef bundle);
 // Of the localizations given, those to use for the user's languages: the best match first.
 CF_EXPORT CFArrayRef CFBundleCopyPreferredLocalizationsFromArray(CFArrayRef locArray);
+
+// The URL of the resource file resourceName (with ".resourceType" after it when the type is
+// neither NULL nor empty) in the folder subDirName (NULL or empty: none) of the bundle's
+// resources: first the resources folder itself, then its localization folders, the best match for
+// the user's languages first. NULL when no such file or folder exists.
+CF_EXPORT CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef resourceName, CFStringRef resourceType,
+                                           CFStringRef subDirName);
+// The same in the resources folder, then the folder of the one localization localizationName
+// only. The old names and the codes find each other's folders: "English" finds "en.lproj" and
+// "de" finds "German.lproj".
+CF_EXPORT CFURLRef CFBundleCopyResourceURLForLocalization(CFBundleRef bundle, CFStringRef resourceName,
+                                                          CFStringRef resourceType, CFStringRef subDirName,
+                                                          CFStringRef localizationName);
 
 // The text of key in the strings table tableName (NULL: "Localizable") of the localization that
 // best matches the user's languages. When the table lacks the key: value (retained) if it is

@@ -1,6 +1,6 @@
 // CFBundle.cpp: bundles on Linux: the main bundle found from the running executable, the
-// information property list, the localization that matches the user's languages, and
-// localized strings read from the bundle's strings tables.
+// information property list, the localization that matches the user's languages, localized
+// strings read from the bundle's strings tables, and the URLs of resource files.
 #include <CoreFoundation/CFBundle.h>
 #include <dirent.h>
 #include <sys/stat.h>
@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <new>
 
 #include "CFBundle/BundleImpl.h"
 #include "CFLocale/Languages.h"
@@ -120,6 +121,45 @@ std::shared_ptr<const zrp::StringsTable> FindTable(CFBundleRef bundle, const std
     std::lock_guard<std::mutex> lock(bundle->mutex);
     auto inserted = bundle->tables.emplace(path, table).first;
     if (inserted->second) return inserted->second;
+  }
+  return nullptr;
+}
+
+// The path of resource "<name>[.<type>]" under "<folder>[/<subfolder>]"; empty for an empty name.
+std::string ResourcePath(const std::string& folder, CFStringRef name, CFStringRef type, CFStringRef subfolder) {
+  if (!name || CFStringGetLength(name) == 0) return std::string();
+  std::string file = zrp::ToUTF8(name);
+  if (type && CFStringGetLength(type) > 0) {
+    std::string extension = zrp::ToUTF8(type);
+    if (extension.front() != '.') file += '.';
+    file += extension;
+  }
+  std::string path = folder;
+  if (subfolder && CFStringGetLength(subfolder) > 0) path += "/" + zrp::ToUTF8(subfolder);
+  return path + "/" + file;
+}
+
+// A file URL for the item at path, marked as a folder when it is one (or links to one).
+CFURLRef URLOfItem(const std::string& path) {
+  struct stat info;
+  bool isDirectory = stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+  CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(path.data()),
+                                               static_cast<CFIndex>(path.size()), kCFStringEncodingUTF8, false);
+  if (!string) return nullptr;
+  CFURLRef url = CFURLCreateWithFileSystemPath(nullptr, string, kCFURLPOSIXPathStyle, isDirectory);
+  CFRelease(string);
+  return url;
+}
+
+// The first of the folders that holds the resource, as a URL; NULL when none does. As on the
+// platform, which lists the folders' entries, a symbolic link counts even when its target is gone.
+CFURLRef FindResource(const std::vector<std::string>& folders, CFStringRef name, CFStringRef type,
+                      CFStringRef subfolder) {
+  for (const std::string& folder : folders) {
+    std::string path = ResourcePath(folder, name, type, subfolder);
+    if (path.empty()) return nullptr;
+    struct stat info;
+    if (lstat(path.c_str(), &info) == 0) return URLOfItem(path);
   }
   return nullptr;
 }
@@ -358,6 +398,49 @@ CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFS
     CFStringRef fallback = value && CFStringGetLength(value) > 0 ? value : key;
     return static_cast<CFStringRef>(CFRetain(fallback));
   });
+}
+
+CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef resourceName, CFStringRef resourceType,
+                                 CFStringRef subDirName) {
+  if (!bundle || !resourceName) return nullptr;
+  try {
+    // The resources folder itself, then the localizations the strings tables would be read from,
+    // then every other localization in name order.
+    std::vector<std::string> folders{bundle->resourcesPath};
+    for (const std::string& folder : TableFolders(bundle)) {
+      if (folder != bundle->resourcesPath) folders.push_back(folder);
+    }
+    for (const std::string& localization : Localizations(bundle)) {
+      std::string folder = bundle->resourcesPath + "/" + localization + ".lproj";
+      if (std::find(folders.begin(), folders.end(), folder) == folders.end()) folders.push_back(folder);
+    }
+    return FindResource(folders, resourceName, resourceType, subDirName);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+CFURLRef CFBundleCopyResourceURLForLocalization(CFBundleRef bundle, CFStringRef resourceName, CFStringRef resourceType,
+                                                CFStringRef subDirName, CFStringRef localizationName) {
+  if (!bundle || !resourceName) return nullptr;
+  try {
+    std::vector<std::string> folders{bundle->resourcesPath};
+    if (localizationName && CFStringGetLength(localizationName) > 0) {
+      // The folder of that very name first, then one whose name means the same language and
+      // region: "English" and "en", "German" and "de".
+      std::string wanted = zrp::ToUTF8(localizationName);
+      folders.push_back(bundle->resourcesPath + "/" + wanted + ".lproj");
+      std::string canonical = zrp::CanonicalLanguageIdentifier(wanted);
+      for (const std::string& localization : Localizations(bundle)) {
+        if (localization != wanted && zrp::CanonicalLanguageIdentifier(localization) == canonical) {
+          folders.push_back(bundle->resourcesPath + "/" + localization + ".lproj");
+        }
+      }
+    }
+    return FindResource(folders, resourceName, resourceType, subDirName);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // extern "C"
