@@ -672,6 +672,9 @@ ZR_EXPORT NSString* ZRNameStringOfFSRef(const FSRef* inFSRef);
 // 1 when the first of the user's "AppleLanguages" that is "en" or "de" is "de", else 0 (also when
 // the preference is missing or names neither). Never fails.
 ZR_EXPORT Boolean ZRGetApplicationLanguageType(void);
+// "de" or "en", whichever of the two comes first in the user's "AppleLanguages"; "en" when
+// neither does.
+ZR_EXPORT OSStatus ZRCopyShortLanguageStringRef(CFStringRef* outStringRef, Boolean inLog);
 // The application's folder "Korvane" in the user's Application Support folder, both made when
 // missing, as a POSIX path in a 1024-byte buffer of calloc (the caller frees it). A buffer found
 // in the slot is freed and the slot emptied before paramErr. An existing item of that name is
@@ -687,6 +690,13 @@ ZR_EXPORT OSStatus ZRCopyResourcePathStringRef(CFStringRef inResourceNameStringR
                                                Boolean inLog);
 // The resource's POSIX path in UTF-8, in a buffer the caller frees.
 ZR_EXPORT OSStatus ZRCopyResourcePathBuffer(CFStringRef inResourceNameStringRef, char** outBuffer, Boolean inLog);
+// The URL of the resource in the localization of the user's short language: "German" for "de",
+// else "English" (also when the language cannot be read).
+ZR_EXPORT OSStatus ZRCopyLocalizedResourceURLRef(CFStringRef inResourceNameStringRef, CFURLRef* outURLRef,
+                                                 Boolean inLog);
+// The localized resource's POSIX path.
+ZR_EXPORT OSStatus ZRCopyLocalizedResourcePathStringRef(CFStringRef inResourceNameStringRef,
+                                                        CFStringRef* outStringRef, Boolean inLog);
 
 #ifdef __cplusplus
 }  // extern "C"

@@ -351,22 +351,126 @@ TEST_F(ResourceTest, AllocationFailuresGiveUnknownErr) {
 
 class LanguageTest : public zrtest::PrivatePreferencesTest {
  protected:
-  // Writes the user's global "AppleLanguages" (none when languages is NULL), each time with a
-  // later modification time so the host reads the file again.
+  void SetUp() override {
+    PrivatePreferencesTest::SetUp();
+    CFURLRef url = CFBundleCopyResourceURL(CFBundleGetMainBundle(), CFSTR("Plain.txt"), nullptr, nullptr);
+    ASSERT_NE(url, nullptr);
+    CFRelease(url);
+  }
+  void TearDown() override {
+    CFPreferencesSetAppValue(CFSTR("AppleLanguages"), nullptr, kCFPreferencesCurrentApplication);
+    pool_.drain();
+    PrivatePreferencesTest::TearDown();
+  }
+  // The application's "AppleLanguages" (none when languages is NULL).
   void SetLanguages(const std::vector<const char*>* languages) {
-    std::string path = configHome_ + "/.GlobalPreferences.plist";
-    unlink(path.c_str());
-    if (!languages) return;
-    std::string body = "<dict>\n<key>AppleLanguages</key>\n<array>\n";
-    for (const char* language : *languages) body += std::string("<string>") + language + "</string>\n";
-    body += "</array>\n</dict>\n";
-    ASSERT_TRUE(zrtest::WriteFile(path, zrtest::XMLPropertyList(body)));
-    struct timespec times[2] = {{1000000000 + ++writes_, 0}, {1000000000 + writes_, 0}};
-    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    if (!languages) {
+      CFPreferencesSetAppValue(CFSTR("AppleLanguages"), nullptr, kCFPreferencesCurrentApplication);
+      return;
+    }
+    std::vector<CFTypeRef> strings;
+    for (const char* language : *languages) strings.push_back(MakeString(language));
+    CFArrayRef array =
+        CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
+    CFPreferencesSetAppValue(CFSTR("AppleLanguages"), array, kCFPreferencesCurrentApplication);
+    CFRelease(array);
+    for (CFTypeRef string : strings) CFRelease(string);
   }
   void SetLanguages(std::vector<const char*> languages) { SetLanguages(&languages); }
-  long writes_ = 0;
+  std::string ShortLanguage() {
+    CFStringRef language = nullptr;
+    EXPECT_EQ(ZRCopyShortLanguageStringRef(&language, true), noErr);
+    std::string text = Utf8(language);
+    if (language) CFRelease(language);
+    return text;
+  }
+  // The localized resource's path below the resources folder; the status when it fails.
+  std::string Localized(CFStringRef name) {
+    CFStringRef path = nullptr;
+    OSStatus status = ZRCopyLocalizedResourcePathStringRef(name, &path, true);
+    if (status != noErr) return std::to_string(status);
+    std::string text = Utf8(path);
+    CFRelease(path);
+    return text.starts_with(kResources + "/") ? text.substr(kResources.size() + 1) : text;
+  }
+  std::vector<std::string> Lines() { return WithoutLines(log_.lines()); }
+  zrtest::LogCapture log_;
+  NSAutoreleasePool pool_;
 };
+
+TEST_F(LanguageTest, ShortLanguageAndLocalization) {
+  SetLanguages({"fr", "de", "en"});
+  EXPECT_EQ(ShortLanguage(), "de");
+  EXPECT_EQ(Localized(CFSTR("Greeting.txt")), "German.lproj/Greeting.txt");
+  EXPECT_EQ(Localized(CFSTR("OnlyGerman.txt")), "German.lproj/OnlyGerman.txt");
+  // Resources that are not localized are found in every localization.
+  EXPECT_EQ(Localized(CFSTR("Plain.txt")), "Plain.txt");
+  SetLanguages({"fr", "it"});
+  EXPECT_EQ(ShortLanguage(), "en");
+  EXPECT_EQ(Localized(CFSTR("Greeting.txt")), "English.lproj/Greeting.txt");
+  SetLanguages({"en-US"});
+  EXPECT_EQ(ShortLanguage(), "en");
+  SetLanguages({"en", "de"});
+  EXPECT_EQ(ShortLanguage(), "en");
+  EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(LanguageTest, ShortLanguageErrors) {
+  CFStringRef language = nullptr;
+  CFStringRef full = CFSTR("x");
+  for (bool log : {false, true}) {
+    EXPECT_EQ(ZRCopyShortLanguageStringRef(nullptr, log), paramErr);
+    EXPECT_EQ(ZRCopyShortLanguageStringRef(&full, log), paramErr);
+    SetLanguages({"de"});
+    ZRTestingFailAllocation(1);
+    EXPECT_EQ(ZRCopyShortLanguageStringRef(&language, log), unknownErr);
+    EXPECT_EQ(language, nullptr);
+    // A value that is not an array reads as none.
+    CFPreferencesSetAppValue(CFSTR("AppleLanguages"), CFSTR("de"), kCFPreferencesCurrentApplication);
+    EXPECT_EQ(ZRCopyShortLanguageStringRef(&language, log), unknownErr);
+    EXPECT_EQ(language, nullptr);
+  }
+  const char* f = "ZRCopyShortLanguageStringRef";
+  EXPECT_EQ(Lines(), (std::vector<std::string>{
+                         FormattedErrorLine(f, CFSTR("outStringRef: %p"), static_cast<const void*>(nullptr)),
+                         FormattedErrorLine(f, CFSTR("outStringRef: %p"), &full),
+                         zrtest::ErrorLine(f, "CFArrayCreate returns NULL"),
+                         zrtest::ErrorLine(f, "ZRCopyArrayRefOfPreferencesKey returns NULL")}));
+}
+
+TEST_F(LanguageTest, LocalizedResourceErrors) {
+  SetLanguages({"fr"});
+  CFURLRef url = nullptr;
+  CFURLRef full = CFURLCreateWithFileSystemPath(nullptr, CFSTR("/x"), kCFURLPOSIXPathStyle, false);
+  CFStringRef path = nullptr;
+  for (bool log : {false, true}) {
+    EXPECT_EQ(ZRCopyLocalizedResourceURLRef(nullptr, &url, log), paramErr);
+    EXPECT_EQ(ZRCopyLocalizedResourceURLRef(CFSTR("Greeting.txt"), &full, log), paramErr);
+    EXPECT_EQ(ZRCopyLocalizedResourcePathStringRef(CFSTR("Greeting.txt"), nullptr, log), paramErr);
+    EXPECT_EQ(ZRCopyLocalizedResourcePathStringRef(CFSTR("OnlyGerman.txt"), &path, log), unknownErr);
+    EXPECT_EQ(path, nullptr);
+  }
+  CFRelease(full);
+  CFStringRef urlFormat = CFSTR("inResourceNameStringRef: %p, outURLRef: %p");
+  EXPECT_EQ(
+      Lines(),
+      (std::vector<std::string>{
+          FormattedErrorLine("ZRCopyLocalizedResourceURLRef", urlFormat, static_cast<const void*>(nullptr), &url),
+          FormattedErrorLine("ZRCopyLocalizedResourceURLRef", urlFormat, CFSTR("Greeting.txt"), &full),
+          FormattedErrorLine("ZRCopyLocalizedResourcePathStringRef",
+                             CFSTR("inResourceNameStringRef: %p, outStringRef: %p"), CFSTR("Greeting.txt"),
+                             static_cast<const void*>(nullptr)),
+          zrtest::ErrorLine("ZRCopyLocalizedResourceURLRef", "CFBundleCopyResourceURLForLocalization returns NULL"),
+          zrtest::ErrorLine("ZRCopyLocalizedResourcePathStringRef", "ZRCopyLocalizedResourceURLRef returns -2223")}));
+}
+
+TEST_F(LanguageTest, LocalizationIsEnglishWhenTheLanguageCannotBeRead) {
+  // A value that is not an array gives the short language's ERROR line, then English.
+  CFPreferencesSetAppValue(CFSTR("AppleLanguages"), CFSTR("de"), kCFPreferencesCurrentApplication);
+  EXPECT_EQ(Localized(CFSTR("Greeting.txt")), "English.lproj/Greeting.txt");
+  EXPECT_EQ(Lines(), (std::vector<std::string>{zrtest::ErrorLine("ZRCopyShortLanguageStringRef",
+                                                                 "ZRCopyArrayRefOfPreferencesKey returns NULL")}));
+}
 
 TEST_F(LanguageTest, LanguageType) {
   SetLanguages({"fr", "de", "en"});
@@ -385,7 +489,9 @@ TEST_F(LanguageTest, LanguageType) {
 
 TEST_F(LanguageTest, LanguageTypeWithoutPreferenceOrMemory) {
   SetLanguages(nullptr);
-  EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  CFPropertyListRef global = CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication);
+  if (!global) EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  if (global) CFRelease(global);
   SetLanguages({"de"});
   EXPECT_EQ(ZRGetApplicationLanguageType(), 1);
   // Whatever allocation fails, the answer is 1 or, when it failed, 0; never anything else.
