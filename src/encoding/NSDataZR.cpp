@@ -59,6 +59,13 @@ class WorkBuffer {
   // NULL when the heap could not give the memory.
   UInt8* bytes() const { return bytes_; }
 
+  // The heap block, handed over to the caller (who frees it); NULL for a buffer on the stack.
+  void* release() {
+    void* heap = heap_;
+    heap_ = nullptr;
+    return heap;
+  }
+
  private:
   alignas(16) UInt8 stack_[kStackBufferSize];
   void* heap_ = nullptr;
@@ -230,6 +237,13 @@ NSData* dataWithBase32String(NSString* string) {
     in += count;
     out += 5;
     remaining -= count;
+  }
+  // A buffer from the heap becomes the data's own block: a copy would write every byte again,
+  // into memory as fresh as the buffer's.
+  if (void* heap = buffer.release()) {
+    NSData* data = ns::dataWithBytesNoCopy(heap, byteCount);
+    if (!data) free(heap);
+    return data;
   }
   return ns::dataWithBytes(buffer.bytes(), byteCount);
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -259,6 +260,52 @@ TEST_F(CFDataTest, DescriptionGroupsFourBytes) {
     EXPECT_EQ(Description(data), c.text);
     CFRelease(data);
   }
+}
+
+TEST_F(CFDataTest, CreateWithBytesNoCopyTakesTheBytes) {
+  // A block from malloc becomes the data's own: the same bytes, freed with the data (the leak
+  // check and the sanitizers see to that).
+  auto* block = static_cast<UInt8*>(malloc(5));
+  std::copy(kFive, kFive + 5, block);
+  CFDataRef data = CFDataCreateWithBytesNoCopy(nullptr, block, 5, kCFAllocatorMalloc);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(CFDataGetBytePtr(data), block);
+  EXPECT_EQ(CFDataGetLength(data), 5);
+  CFDataRef copy = CFDataCreate(nullptr, kFive, 5);
+  EXPECT_TRUE(CFEqual(data, copy));
+  CFRelease(copy);
+  CFRelease(data);
+
+  block = static_cast<UInt8*>(malloc(3));
+  data = CFDataCreateWithBytesNoCopy(nullptr, block, 3, nullptr);  // the default allocator: free
+  ASSERT_NE(data, nullptr);
+  CFRelease(data);
+
+  // The null deallocator leaves the bytes to the caller, who frees them after the data.
+  UInt8 kept[3] = {7, 8, 9};
+  data = CFDataCreateWithBytesNoCopy(nullptr, kept, 3, kCFAllocatorNull);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(CFDataGetBytePtr(data), kept);
+  CFRelease(data);
+  EXPECT_EQ(kept[2], 9);
+
+  // No bytes: an empty data object whose byte pointer is not NULL.
+  data = CFDataCreateWithBytesNoCopy(nullptr, nullptr, 0, kCFAllocatorMalloc);
+  ASSERT_NE(data, nullptr);
+  EXPECT_NE(CFDataGetBytePtr(data), nullptr);
+  EXPECT_EQ(CFDataGetLength(data), 0);
+  CFRelease(data);
+
+  EXPECT_EQ(CFDataCreateWithBytesNoCopy(nullptr, nullptr, 1, kCFAllocatorMalloc), nullptr);
+  EXPECT_EQ(CFDataCreateWithBytesNoCopy(nullptr, kept, -1, kCFAllocatorNull), nullptr);
+}
+
+TEST_F(CFDataTest, CreateWithBytesNoCopyFailsLeavingTheBytesToTheCaller) {
+  auto* block = static_cast<UInt8*>(malloc(5));
+  ZRTestingFailAllocation(1);
+  EXPECT_EQ(CFDataCreateWithBytesNoCopy(nullptr, block, 5, kCFAllocatorMalloc), nullptr);
+  EXPECT_FALSE(ZRTestingFailurePending());
+  free(block);
 }
 
 TEST_F(CFDataTest, FailedAllocationReturnsNull) {

@@ -4,6 +4,7 @@
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -33,6 +34,27 @@ TEST_F(NSDataStringTest, DataWithBytesCopiesTheBytes) {
   EXPECT_EQ(std::memcmp(ns::bytes(data), "a\0b\xff", 4), 0);
   EXPECT_EQ(CFGetTypeID(data), CFDataGetTypeID());
   EXPECT_EQ(CFDataGetLength(data), 4);
+}
+
+TEST_F(NSDataStringTest, DataWithBytesNoCopyTakesTheBytes) {
+  long before = ZRTestingLiveObjectCount();
+  {
+    NSAutoreleasePool inner;
+    auto* block = static_cast<char*>(std::malloc(4));
+    std::memcpy(block, "a\0b\xff", 4);
+    NSData* data = ns::dataWithBytesNoCopy(block, 4);
+    ASSERT_NE(data, nil);
+    EXPECT_EQ(ns::bytes(data), block);
+    EXPECT_EQ(ns::length(data), 4u);
+    EXPECT_EQ(ZRTestingLiveObjectCount(), before + 1);
+  }
+  // Gone with the pool, and the block with it (the leak check would see it otherwise).
+  EXPECT_EQ(ZRTestingLiveObjectCount(), before);
+
+  auto* block = static_cast<char*>(std::malloc(4));
+  ZRTestingFailAllocation(1);
+  EXPECT_EQ(ns::dataWithBytesNoCopy(block, 4), nil);
+  std::free(block);  // still the caller's
 }
 
 TEST_F(NSDataStringTest, DataObjectsAreAutoreleased) {

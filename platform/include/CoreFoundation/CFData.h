@@ -10,6 +10,13 @@ typedef struct __CFData* CFMutableDataRef;
 
 CF_EXPORT CFTypeID CFDataGetTypeID(void);
 CF_EXPORT CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
+// Takes the bytes as the data's own, without copying them. The bytes deallocator frees them when
+// the data goes: kCFAllocatorDefault (or NULL) and kCFAllocatorMalloc free them with free, so
+// they must come from malloc; kCFAllocatorNull leaves them alone, and the caller keeps them
+// alive and unchanged for the data's life. When the data cannot be made (NULL) the bytes stay
+// the caller's.
+CF_EXPORT CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length,
+                                                CFAllocatorRef bytesDeallocator);
 CF_EXPORT CFDataRef CFDataCreateCopy(CFAllocatorRef allocator, CFDataRef theData);
 CF_EXPORT CFMutableDataRef CFDataCreateMutable(CFAllocatorRef allocator, CFIndex capacity);
 CF_EXPORT CFMutableDataRef CFDataCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity, CFDataRef theData);

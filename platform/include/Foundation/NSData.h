@@ -16,6 +16,10 @@ CF_EXPORT NSUInteger length(NSData* data);
 // +[NSData dataWithBytes:length:]: a new immutable data object holding a copy of the bytes,
 // autoreleased; nil when it cannot be made.
 CF_EXPORT NSData* dataWithBytes(const void* bytes, NSUInteger length);
+// +[NSData dataWithBytesNoCopy:length:]: a new immutable data object that takes the bytes, which
+// must come from malloc, as its own and frees them when it goes; autoreleased. nil when it cannot
+// be made, and the bytes then stay the caller's.
+CF_EXPORT NSData* dataWithBytesNoCopy(void* bytes, NSUInteger length);
 // +[NSData data]: a new empty immutable data object, autoreleased; nil when it cannot be made.
 CF_EXPORT NSData* data();
 

@@ -25,9 +25,11 @@ struct __CFData final : zrp::Object {
   // Takes the block, which holds at least one byte of capacity: an empty buffer still owns
   // storage, so that its byte pointer is never NULL, as on the platform (callers pass it on to
   // functions that reject NULL even for zero bytes).
-  __CFData(UInt8* block, size_t size, size_t room, bool isMutable)
-      : Object(zrp::kTypeIDData), bytes(block), length(size), capacity(room), mutable_(isMutable) {}
-  ~__CFData() override { std::free(bytes); }
+  __CFData(UInt8* block, size_t size, size_t room, bool isMutable, bool ownsBytes = true)
+      : Object(zrp::kTypeIDData), bytes(block), length(size), capacity(room), mutable_(isMutable), owns_(ownsBytes) {}
+  ~__CFData() override {
+    if (owns_) std::free(bytes);
+  }
 
   bool equal(const Object& other) const override {
     const __CFData& data = static_cast<const __CFData&>(other);
@@ -43,6 +45,7 @@ struct __CFData final : zrp::Object {
   size_t length;
   size_t capacity;
   bool mutable_;
+  bool owns_;  // false for bytes taken without a copy that the caller frees
 };
 
 CFStringRef __CFData::copyDescription() const {
@@ -168,6 +171,17 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
     if (length < 0 || (length > 0 && !bytes)) return nullptr;
     return Make(bytes, static_cast<size_t>(length), 0, false);
   });
+}
+
+CFDataRef CFDataCreateWithBytesNoCopy(CFAllocatorRef, const UInt8* bytes, CFIndex length,
+                                      CFAllocatorRef bytesDeallocator) {
+  if (length < 0 || (length > 0 && !bytes)) return nullptr;
+  // No bytes at all: an empty data object of its own, so that its byte pointer is not NULL.
+  if (!bytes) return Make(nullptr, 0, 0, false);
+  // Every allocator but the null one allocates with malloc here, so free gives the bytes back.
+  bool owns = bytesDeallocator != kCFAllocatorNull;
+  return zrp::New<__CFData>(const_cast<UInt8*>(bytes), static_cast<size_t>(length), static_cast<size_t>(length), false,
+                            owns);
 }
 
 CFDataRef CFDataCreateCopy(CFAllocatorRef, CFDataRef theData) {

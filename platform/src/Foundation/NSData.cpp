@@ -13,6 +13,13 @@ NSData* dataWithBytes(const void* bytes, NSUInteger length) {
   return const_cast<NSData*>(static_cast<CFDataRef>(CFAutorelease(data)));
 }
 
+NSData* dataWithBytesNoCopy(void* bytes, NSUInteger length) {
+  CFDataRef data = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
+                                               static_cast<CFIndex>(length), kCFAllocatorMalloc);
+  if (!data) return nil;
+  return const_cast<NSData*>(static_cast<CFDataRef>(CFAutorelease(data)));
+}
+
 NSData* data() { return dataWithBytes(nullptr, 0); }
 
 NSMutableData* mutableData() {
