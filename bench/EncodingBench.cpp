@@ -20,8 +20,10 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -323,6 +325,65 @@ void BM_HexEncode(benchmark::State& state) {
 }
 BENCHMARK(BM_HexEncode)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
+// The same bytes back from their text (made directly: one CFStringCreateWithBytes of the ASCII
+// digits, not the appends).
+CFStringRef MakeHexString(const std::string& bytes) {
+  static const char kDigits[] = "0123456789abcdef";
+  std::string text(bytes.size() * 2, '0');
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    text[2 * i] = kDigits[static_cast<unsigned char>(bytes[i]) >> 4];
+    text[2 * i + 1] = kDigits[static_cast<unsigned char>(bytes[i]) & 15];
+  }
+  return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
+                                 static_cast<CFIndex>(text.size()), kCFStringEncodingASCII, false);
+}
+
+void BM_HexDecode(benchmark::State& state) {
+  CFStringRef text = MakeHexString(TheInputs().hexBytes);
+  for (auto _ : state) {
+    CFDataRef data = nullptr;
+    if (!text || ZRCopyDataRefOfHexStringRef(text, true, &data) != noErr) {
+      state.SkipWithError("hex decoding failed");
+      break;
+    }
+    CFRelease(data);
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kHexSize));
+  if (text) CFRelease(text);
+}
+BENCHMARK(BM_HexDecode)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The floor of a whole-buffer call: no call that must hand back a result of N bytes can take
+// less than allocating N fresh bytes and writing each of them once, which on virtual machines
+// costs a page fault per 4 KiB, often more than the coding itself. Each floor is the size of one
+// call's result as it is stored: the bytes of a C text or a data object, two bytes per character
+// of a string.
+struct Floor {
+  const char* name;
+  size_t bytes;
+};
+constexpr size_t kBase32Text = (kCodecSize * 8 + 4) / 5;
+constexpr size_t kBase64Text = (kCodecSize + 2) / 3 * 4;
+const Floor kFloors[] = {
+    {"Floor_Base32CText", kBase32Text + 1},  {"Floor_Base32String", kBase32Text * 2}, {"Floor_CodecBytes", kCodecSize},
+    {"Floor_Base64String", kBase64Text * 2}, {"Floor_HexString", kHexSize * 2 * 2},   {"Floor_HexBytes", kHexSize},
+};
+
+void BM_Floor(benchmark::State& state, size_t bytes) {
+  for (auto _ : state) {
+    char* block = static_cast<char*>(malloc(bytes));
+    if (!block) {
+      state.SkipWithError("no memory");
+      break;
+    }
+    std::memset(block, 0x5A, bytes);
+    benchmark::DoNotOptimize(block);
+    benchmark::ClobberMemory();
+    free(block);
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
+}
+
 // Prints the table as usual and keeps each benchmark's times per iteration.
 class RecordingReporter : public benchmark::ConsoleReporter {
  public:
@@ -351,6 +412,61 @@ Time Ours(const std::map<std::string, Time>& times, std::initializer_list<const 
   return total;
 }
 
+// The memory one call takes beyond what the process held before it: the call runs once in a
+// child process (sharing the inputs with this one), whose peak resident size is reset to its
+// size just before the call (/proc/self/clear_refs) and read after it with getrusage. In bytes;
+// -1 when it could not be measured.
+long long ExtraPeakOfCall(const std::function<void()>& call) {
+  int pipeEnds[2];
+  if (pipe(pipeEnds) != 0) return -1;
+  pid_t child = fork();
+  if (child < 0) return -1;
+  if (child == 0) {
+    close(pipeEnds[0]);
+    long long extra = -1;
+    FILE* clear = std::fopen("/proc/self/clear_refs", "w");
+    FILE* statm = std::fopen("/proc/self/statm", "r");
+    long pages = 0, resident = 0;
+    if (clear && statm && std::fputs("5", clear) >= 0 && std::fflush(clear) == 0 &&
+        std::fscanf(statm, "%ld %ld", &pages, &resident) == 2) {
+      call();
+      struct rusage usage;
+      getrusage(RUSAGE_SELF, &usage);
+      extra = static_cast<long long>(usage.ru_maxrss) * 1024 - static_cast<long long>(resident) * sysconf(_SC_PAGESIZE);
+    }
+    if (write(pipeEnds[1], &extra, sizeof extra) != sizeof extra) _exit(1);
+    _exit(0);
+  }
+  close(pipeEnds[1]);
+  long long extra = -1;
+  if (read(pipeEnds[0], &extra, sizeof extra) != sizeof extra) extra = -1;
+  close(pipeEnds[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return extra;
+}
+
+void PrintPeak(const char* what, long long extra, size_t result, size_t textCopy) {
+  constexpr double kMiB = 1 << 20;
+  size_t allowed = result + textCopy;
+  if (extra < 0) {
+    std::printf("%-34s %9s   %9.1f   not measured\n", what, "-", allowed / kMiB);
+    return;
+  }
+  std::printf("%-34s %9.1f   %9.1f   %s\n", what, static_cast<double>(extra) / kMiB, allowed / kMiB,
+              static_cast<size_t>(extra) <= allowed ? "met" : "not met");
+}
+
+void PrintFloor(const char* what, Time ours, Time floor) {
+  if (!ours.valid() || !floor.valid()) return;
+  double wallRatio = ours.wall / floor.wall;
+  double cpuRatio = ours.cpu / floor.cpu;
+  std::printf(
+      "%-34s %9.1f %9.1f %9.1f %9.1f   %5.2f %5.2f   <= 1.25 %s\n", what, ours.wall * 1e3, ours.cpu * 1e3,
+      floor.wall * 1e3, floor.cpu * 1e3, wallRatio, cpuRatio,
+      wallRatio <= 1.25 && cpuRatio <= 1.25 ? "met" : (wallRatio <= 1.25 || cpuRatio <= 1.25 ? "partly" : "not met"));
+}
+
 void PrintRatio(const char* what, Time ours, const char* tool, Time theirs, double goal, size_t bytes) {
   if (!ours.valid()) return;
   double mib = static_cast<double>(bytes) / (1 << 20);
@@ -375,6 +491,12 @@ int main(int argc, char** argv) {
   if (!Prepare()) {
     std::fprintf(stderr, "cannot make a folder under /tmp\n");
     return 1;
+  }
+  for (const Floor& floor : kFloors) {
+    benchmark::RegisterBenchmark(floor.name, BM_Floor, floor.bytes)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime()
+        ->Iterations(3);
   }
   RecordingReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
@@ -424,6 +546,68 @@ int main(int argc, char** argv) {
   PrintRatio("Base64 enc+dec 1 MiB blocks", Ours(ours, {"BM_Base64EncodeBlocks", "BM_Base64DecodeBlocks"}),
              "base64 -w0 + base64 -d", base64Encode + base64Decode, 0.5, codec);
   PrintRatio("hex encode 32 MiB", Ours(ours, {"BM_HexEncode"}), "xxd -p", hex, 1.0, kHexSize);
+
+  std::printf(
+      "\nWhole-buffer calls beside the floor measured in the same run: allocating the bytes the\n"
+      "result holds and writing each once (milliseconds on the clock and on the processor;\n"
+      "ratio = ours / floor, on the clock and on the processor).\n");
+  std::printf("%-34s %9s %9s %9s %9s   %5s %5s   %s\n", "", "ours", "cpu", "floor", "cpu", "wall", "cpu", "goal");
+  PrintFloor("Base32 encode 256 MiB (C)", Ours(ours, {"BM_Base32Encode"}), Ours(ours, {"Floor_Base32CText"}));
+  PrintFloor("Base32 decode 256 MiB (C)", Ours(ours, {"BM_Base32Decode"}), Ours(ours, {"Floor_CodecBytes"}));
+  PrintFloor("Base32 encode 256 MiB (NSData)", Ours(ours, {"BM_Base32CategoryEncode"}),
+             Ours(ours, {"Floor_Base32String"}));
+  PrintFloor("Base32 decode 256 MiB (NSData)", Ours(ours, {"BM_Base32CategoryDecode"}),
+             Ours(ours, {"Floor_CodecBytes"}));
+  PrintFloor("Base64 encode 256 MiB", Ours(ours, {"BM_Base64Encode"}), Ours(ours, {"Floor_Base64String"}));
+  PrintFloor("Base64 decode 256 MiB", Ours(ours, {"BM_Base64Decode"}), Ours(ours, {"Floor_CodecBytes"}));
+  PrintFloor("hex encode 32 MiB (%02x appends)", Ours(ours, {"BM_HexEncode"}), Ours(ours, {"Floor_HexString"}));
+  PrintFloor("hex decode 32 MiB", Ours(ours, {"BM_HexDecode"}), Ours(ours, {"Floor_HexBytes"}));
+
+  if (ran({"BM_Base32Encode", "BM_Base64Encode", "BM_HexEncode"})) {
+    std::printf(
+        "\nMemory of one whole-buffer call beyond the input, in a child process (MiB): the peak\n"
+        "resident size it adds, against the goal of the result and one copy of the text.\n");
+    std::printf("%-34s %9s   %9s   %s\n", "", "extra", "allowed", "goal");
+    const std::string& bytes = in.codecBytes;
+    NSData* data = ns::dataWithBytes(bytes.data(), bytes.size());
+    PrintPeak("Base32 encode 256 MiB (C)", ExtraPeakOfCall([&] {
+                char* text = nullptr;
+                ZRCopyBase32BufferOfBuffer(bytes.data(), static_cast<UInt32>(bytes.size()), &text);
+              }),
+              kBase32Text + 1, 0);
+    char* base32 = nullptr;
+    ZRCopyBase32BufferOfBuffer(bytes.data(), static_cast<UInt32>(bytes.size()), &base32);
+    PrintPeak("Base32 decode 256 MiB (C)", ExtraPeakOfCall([&] {
+                void* decoded = nullptr;
+                if (base32) ZRCopyBufferOfBase32Buffer(base32, &decoded);
+              }),
+              kCodecSize, 0);
+    free(base32);
+    PrintPeak("Base32 encode 256 MiB (NSData)", ExtraPeakOfCall([&] { ZR::base32String(data); }), kBase32Text * 2,
+              kBase32Text);
+    NSString* base32String = ZR::base32String(data);
+    PrintPeak("Base32 decode 256 MiB (NSData)", ExtraPeakOfCall([&] { ZR::dataWithBase32String(base32String); }),
+              kCodecSize, kBase32Text);
+    PrintPeak("Base64 encode 256 MiB", ExtraPeakOfCall([&] { ZR::base64String(data); }), kBase64Text * 2, kBase64Text);
+    NSString* base64String = ZR::base64String(data);
+    PrintPeak("Base64 decode 256 MiB", ExtraPeakOfCall([&] { ZR::dataWithBase64String(base64String); }), kCodecSize,
+              kBase64Text);
+    CFDataRef hexData = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(in.hexBytes.data()),
+                                     static_cast<CFIndex>(in.hexBytes.size()));
+    PrintPeak("hex encode 32 MiB (%02x appends)", ExtraPeakOfCall([&] {
+                CFMutableStringRef text = nullptr;
+                ZRCopyHexStringRefOfDataRef(hexData, false, &text);
+              }),
+              kHexSize * 2 * 2, kHexSize * 2);
+    CFRelease(hexData);
+    CFStringRef hexText = MakeHexString(in.hexBytes);
+    PrintPeak("hex decode 32 MiB", ExtraPeakOfCall([&] {
+                CFDataRef decoded = nullptr;
+                ZRCopyDataRefOfHexStringRef(hexText, false, &decoded);
+              }),
+              kHexSize, kHexSize * 2);
+    if (hexText) CFRelease(hexText);
+  }
 
   CleanUp();
   benchmark::Shutdown();

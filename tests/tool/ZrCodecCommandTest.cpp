@@ -35,6 +35,9 @@ class ZrCodecCommandTest : public testing::Test {
     return zrtest::RunTool(ZR_TOOL_PATH, command, input, folder_);
   }
 
+  void ExpectEncodesAsOneCall(const char* command, const std::vector<size_t>& sizes,
+                              std::string (*wholeText)(const std::string&));
+
   std::string folder_;
   std::mt19937 generator_{20261123};
 };
@@ -77,34 +80,28 @@ std::string WithoutFinalLineBreak(std::string text) {
 const std::vector<size_t> kByteSizes = {
     0, 1, 2, 3, 4, 5, kByteBlock - 1, kByteBlock, kByteBlock + 1, kByteBlock + 4, 2 * kByteBlock + 2};
 
-TEST_F(ZrCodecCommandTest, Base32EncodesAsOneCallAcrossBlocks) {
-  for (size_t size : kByteSizes) {
+// Each size's output must be the library's whole text, with nothing on standard error.
+void ZrCodecCommandTest::ExpectEncodesAsOneCall(const char* command, const std::vector<size_t>& sizes,
+                                                std::string (*wholeText)(const std::string&)) {
+  for (size_t size : sizes) {
     std::string bytes = zrtest::RandomBytes(size, &generator_);
-    Result result = Run("base32 encode", bytes);
-    EXPECT_EQ(0, result.status) << size;
-    EXPECT_EQ("", result.err) << size;
-    EXPECT_TRUE(result.out == Base32Text(bytes)) << size;
+    Result result = Run(command, bytes);
+    EXPECT_EQ(0, result.status) << command << " " << size;
+    EXPECT_EQ("", result.err) << command << " " << size;
+    EXPECT_TRUE(result.out == wholeText(bytes)) << command << " " << size;
   }
+}
+
+TEST_F(ZrCodecCommandTest, Base32EncodesAsOneCallAcrossBlocks) {
+  ExpectEncodesAsOneCall("base32 encode", kByteSizes, Base32Text);
 }
 
 TEST_F(ZrCodecCommandTest, Base64EncodesAsOneCallAcrossBlocks) {
-  for (size_t size : kByteSizes) {
-    std::string bytes = zrtest::RandomBytes(size, &generator_);
-    Result result = Run("base64 encode", bytes);
-    EXPECT_EQ(0, result.status) << size;
-    EXPECT_EQ("", result.err) << size;
-    EXPECT_TRUE(result.out == Base64Text(bytes)) << size;
-  }
+  ExpectEncodesAsOneCall("base64 encode", kByteSizes, Base64Text);
 }
 
 TEST_F(ZrCodecCommandTest, HexEncodesAsOneCallAcrossBlocks) {
-  for (size_t size : {size_t{0}, size_t{1}, kByteBlock - 1, kByteBlock, kByteBlock + 1}) {
-    std::string bytes = zrtest::RandomBytes(size, &generator_);
-    Result result = Run("hex encode", bytes);
-    EXPECT_EQ(0, result.status) << size;
-    EXPECT_EQ("", result.err) << size;
-    EXPECT_TRUE(result.out == HexText(bytes)) << size;
-  }
+  ExpectEncodesAsOneCall("hex encode", {0, 1, kByteBlock - 1, kByteBlock, kByteBlock + 1}, HexText);
 }
 
 // Decoding: texts whose length without line breaks lies around the text block, given on one
