@@ -12,6 +12,7 @@
 #include <ZRFramework/ZRFramework.h>
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -370,16 +371,18 @@ const Floor kFloors[] = {
 };
 
 void BM_Floor(benchmark::State& state, size_t bytes) {
+  // Straight from the kernel, so that every page is fresh, as a large result's are: a block
+  // from malloc may be memory an earlier run touched and freed.
   for (auto _ : state) {
-    char* block = static_cast<char*>(malloc(bytes));
-    if (!block) {
+    void* block = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (block == MAP_FAILED) {
       state.SkipWithError("no memory");
       break;
     }
     std::memset(block, 0x5A, bytes);
     benchmark::DoNotOptimize(block);
     benchmark::ClobberMemory();
-    free(block);
+    munmap(block, bytes);
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
 }
@@ -446,9 +449,13 @@ long long ExtraPeakOfCall(const std::function<void()>& call) {
   return extra;
 }
 
+// The process's own small allocations during a call (a few objects, the pool, the libraries'
+// first use): allowed beside the result and the text copy.
+constexpr size_t kPeakSlack = size_t{2} << 20;
+
 void PrintPeak(const char* what, long long extra, size_t result, size_t textCopy) {
   constexpr double kMiB = 1 << 20;
-  size_t allowed = result + textCopy;
+  size_t allowed = result + textCopy + kPeakSlack;
   if (extra < 0) {
     std::printf("%-34s %9s   %9.1f   not measured\n", what, "-", allowed / kMiB);
     return;
@@ -566,7 +573,8 @@ int main(int argc, char** argv) {
   if (ran({"BM_Base32Encode", "BM_Base64Encode", "BM_HexEncode"})) {
     std::printf(
         "\nMemory of one whole-buffer call beyond the input, in a child process (MiB): the peak\n"
-        "resident size it adds, against the goal of the result and one copy of the text.\n");
+        "resident size it adds, against the goal of the result and one copy of the text (and 2 MiB\n"
+        "for the process's own small allocations).\n");
     std::printf("%-34s %9s   %9s   %s\n", "", "extra", "allowed", "goal");
     const std::string& bytes = in.codecBytes;
     NSData* data = ns::dataWithBytes(bytes.data(), bytes.size());
