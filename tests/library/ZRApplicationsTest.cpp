@@ -166,7 +166,9 @@ class LaunchTest : public ApplicationsTest {
   }
   void TearDown() override {
     // Only the test that launches stops: the others run at the same time in processes of their own.
-    if (launches_) EXPECT_TRUE(zrtest::StopApplications(kLaunchedSignature));
+    if (launches_) {
+      EXPECT_TRUE(zrtest::StopApplications(kLaunchedSignature));
+    }
     unsetenv("ZR_APPLICATION_FOLDERS");
     zrtest::RemoveFolder(folder_);
     ApplicationsTest::TearDown();

@@ -490,7 +490,9 @@ TEST_F(LanguageTest, LanguageType) {
 TEST_F(LanguageTest, LanguageTypeWithoutPreferenceOrMemory) {
   SetLanguages(nullptr);
   CFPropertyListRef global = CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication);
-  if (!global) EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  if (!global) {
+    EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  }
   if (global) CFRelease(global);
   SetLanguages({"de"});
   EXPECT_EQ(ZRGetApplicationLanguageType(), 1);

@@ -30,7 +30,9 @@ class ZrSystemCommandTest : public testing::Test {
   }
   void TearDown() override {
     // Only the test that launches stops: the others run at the same time in processes of their own.
-    if (launches_) EXPECT_TRUE(zrtest::StopApplications(kToolSignature));
+    if (launches_) {
+      EXPECT_TRUE(zrtest::StopApplications(kToolSignature));
+    }
     unsetenv("ZR_APPLICATION_FOLDERS");
     EXPECT_TRUE(zrtest::RemoveFolder(folder_));
   }
