@@ -27,15 +27,13 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZRPlatform
   FILES_MATCHING PATTERN "*.h")
 
-# Installed binaries find the libraries beside (or below) them wherever the prefix is moved to.
+# Installed binaries find the libraries beside (or below) them wherever the prefix is moved to (the
+# zr bundle sets its own run path, from inside the bundle).
 set_target_properties(ZRFramework PROPERTIES INSTALL_RPATH "$ORIGIN")
-if(TARGET zr)
-  file(RELATIVE_PATH _zr_bin_to_lib "/prefix/${CMAKE_INSTALL_BINDIR}" "/prefix/${CMAKE_INSTALL_LIBDIR}")
-  set_target_properties(zr PROPERTIES INSTALL_RPATH "$ORIGIN/${_zr_bin_to_lib}")
-endif()
 
-# CMake package. The libraries' own dependencies (ICU, OpenSSL, fontconfig) and the library's
-# --wrap=malloc,calloc link option are PRIVATE to the shared libraries, so consumers need neither.
+# CMake package. The libraries' own dependencies (ICU, OpenSSL, fontconfig) are PRIVATE to the
+# shared libraries, so consumers need none of them. The test variants (ZRFrameworkTesting,
+# ZRPlatformTesting) and <ZRPlatform/Testing.h> are never installed.
 install(EXPORT ZRFrameworkTargets
   NAMESPACE ZRFramework::
   FILE ZRFrameworkTargets.cmake

@@ -3,17 +3,14 @@
 // (placed at 100000 + errno in the status space) from the C library's own names and texts.
 #include <CoreServices/Debugging.h>
 #include <CoreServices/MacErrors.h>
-#include <ZRPlatform/Testing.h>
 #include <string.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <map>
-#include <mutex>
-#include <string>
 
 #include "runtime/NoThrow.h"
+#include "runtime/Seams.h"
 
 namespace {
 
@@ -239,42 +236,11 @@ const StatusText* FindStatus(OSStatus err) {
 // so 100000 itself is no error number (the C library "names" it "0", which is no symbolic name).
 int ErrnoOfStatus(OSStatus err) { return err > kErrnoBase ? static_cast<int>(err - kErrnoBase) : 0; }
 
-// Texts that tests put in front of the table. The strings live until the override is replaced, so
-// a text handed out stays valid at least until then.
-struct OverrideTable {
-  std::mutex mutex;
-  std::map<OSStatus, std::pair<std::string, std::string>> texts;
-};
-
-OverrideTable& Overrides() {
-  static auto* table = new OverrideTable();
-  return *table;
-}
-
-const char* FindOverride(OSStatus err, bool wantName) {
-  OverrideTable& table = Overrides();
-  std::lock_guard<std::mutex> lock(table.mutex);
-  if (table.texts.empty()) return nullptr;
-  auto found = table.texts.find(err);
-  if (found == table.texts.end()) return nullptr;
-  return wantName ? found->second.first.c_str() : found->second.second.c_str();
-}
-
 }  // namespace
-
-void ZRTestingSetStatusText(OSStatus status, const char* name, const char* comment) {
-  OverrideTable& table = Overrides();
-  std::lock_guard<std::mutex> lock(table.mutex);
-  if (!name && !comment) {
-    table.texts.erase(status);
-  } else {
-    table.texts[status] = {name ? name : "", comment ? comment : ""};
-  }
-}
 
 const char* GetMacOSStatusErrorString(OSStatus err) {
   return zrp::CatchOutOfMemory<const char*>("", [&]() -> const char* {
-    if (const char* text = FindOverride(err, true)) return text;
+    if (const char* text = zrp::StatusTextOverride(err, true)) return text;
     if (const StatusText* entry = FindStatus(err)) return entry->name;
     if (int number = ErrnoOfStatus(err)) {
       // NULL for numbers the C library does not know; its names are static, as promised to callers.
@@ -286,7 +252,7 @@ const char* GetMacOSStatusErrorString(OSStatus err) {
 
 const char* GetMacOSStatusCommentString(OSStatus err) {
   return zrp::CatchOutOfMemory<const char*>("", [&]() -> const char* {
-    if (const char* text = FindOverride(err, false)) return text;
+    if (const char* text = zrp::StatusTextOverride(err, false)) return text;
     if (const StatusText* entry = FindStatus(err)) return entry->comment;
     if (int number = ErrnoOfStatus(err)) {
       // strerrordesc_np, unlike strerror, neither translates nor formats "Unknown error N": the text is

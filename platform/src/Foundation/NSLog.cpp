@@ -1,27 +1,21 @@
 // NSLog.cpp: NSLog writes one line "YYYY-MM-DD HH:MM:SS.mmm process[pid:tid] message" to
-// standard error and to syslog, and the log-capture seam that tests use instead.
+// standard error and to syslog (unless a test captures it).
 #include <Foundation/NSObjCRuntime.h>
-#include <ZRPlatform/Testing.h>
 #include <errno.h>
 #include <sys/syscall.h>
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <string>
 
 #include "CFString/StringImpl.h"
 #include "runtime/NoThrow.h"
+#include "runtime/Seams.h"
 
 namespace {
-
-std::mutex gSinkMutex;
-ZRTestingLogSink gSink = nullptr;
-void* gSinkContext = nullptr;
 
 std::string Prefix() {
   struct timespec now;
@@ -47,13 +41,7 @@ void NSLogv(NSString* format, va_list args) {
     std::string text = message ? zrp::ToUTF8(message) : std::string();
     if (message) CFRelease(message);
 
-    {
-      std::lock_guard<std::mutex> lock(gSinkMutex);
-      if (gSink) {
-        gSink(text.c_str(), gSinkContext);
-        return;
-      }
-    }
+    if (zrp::DeliverLogToSink(text.c_str())) return;
     std::string line = Prefix() + text;
     if (line.empty() || line.back() != '\n') line.push_back('\n');
     // One write, so that lines from several threads do not interleave.
@@ -68,12 +56,6 @@ void NSLog(NSString* format, ...) {
   va_start(args, format);
   NSLogv(format, args);
   va_end(args);
-}
-
-void ZRTestingSetLogSink(ZRTestingLogSink sink, void* context) {
-  std::lock_guard<std::mutex> lock(gSinkMutex);
-  gSink = sink;
-  gSinkContext = context;
 }
 
 }  // extern "C"

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "runtime/Seams.h"
+
 namespace zrp {
 
 // Type identifiers of the host's classes. Mutable and immutable kinds share one identifier.
@@ -33,10 +35,6 @@ enum : CFTypeID {
   kTypeIDColor,
   kTypeIDFirstDynamic = 64
 };
-
-// Counts one allocation on the calling thread and answers whether it may go ahead
-// (false when a test armed a failure for it).
-bool AllocationAllowed();
 
 // Stops the process with "<what> called with NULL" on standard error, as the platform does when
 // CFRetain, CFRelease and their kin are handed NULL.

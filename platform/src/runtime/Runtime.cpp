@@ -1,7 +1,6 @@
 // Runtime.cpp: reference counting, type identifiers, equality, hashing, descriptions,
-// allocators, CFNull, and the allocation seam used by tests.
+// allocators and CFNull.
 #include <CoreFoundation/CFString.h>
-#include <ZRPlatform/Testing.h>
 
 #include <climits>
 #include <cstdio>
@@ -12,14 +11,10 @@
 
 #include "runtime/NoThrow.h"
 #include "runtime/Object.h"
+#include "runtime/Seams.h"
 
 namespace zrp {
 namespace {
-
-std::atomic<long> gLiveObjects{0};
-thread_local long tAllocationCount = 0;
-thread_local long tFailCountdown = 0;
-thread_local long tCxxFailCountdown = 0;
 
 const char* const kBuiltinTypeNames[] = {nullptr,
                                          "CFNull",
@@ -44,22 +39,16 @@ const char* const kBuiltinTypeNames[] = {nullptr,
 
 }  // namespace
 
-bool AllocationAllowed() {
-  ++tAllocationCount;
-  if (tFailCountdown > 0 && --tFailCountdown == 0) return false;
-  return true;
-}
-
-Object::Object(CFTypeID typeID) : typeID_(typeID) { gLiveObjects.fetch_add(1, std::memory_order_relaxed); }
+Object::Object(CFTypeID typeID) : typeID_(typeID) { ObjectCreated(); }
 
 Object::~Object() {
-  if (!immortal_) gLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+  if (!immortal_) ObjectDestroyed();
 }
 
 void Object::makeImmortal() {
   if (!immortal_) {
     immortal_ = true;
-    gLiveObjects.fetch_sub(1, std::memory_order_relaxed);
+    ObjectDestroyed();
   }
 }
 
@@ -174,35 +163,5 @@ CFStringRef CFCopyTypeIDDescription(CFTypeID type_id) {
 const CFNullRef kCFNull = reinterpret_cast<CFNullRef>(static_cast<zrp::Object*>(new zrp::NullObject()));
 
 CFTypeID CFNullGetTypeID(void) { return zrp::kTypeIDNull; }
-
-void ZRTestingFailAllocation(long n) { zrp::tFailCountdown = n > 0 ? n : 0; }
-
-Boolean ZRTestingFailurePending(void) { return zrp::tFailCountdown > 0; }
-
-long ZRTestingAllocationCount(void) { return zrp::tAllocationCount; }
-
-void ZRTestingResetAllocationCount(void) { zrp::tAllocationCount = 0; }
-
-long ZRTestingLiveObjectCount(void) { return zrp::gLiveObjects.load(std::memory_order_relaxed); }
-
-// The library is linked with --wrap=malloc,--wrap=calloc: its own allocations come here,
-// so that tests can make them fail like any object creation.
-__attribute__((visibility("default"))) void* __wrap_malloc(size_t size) {
-  if (!zrp::AllocationAllowed()) return nullptr;
-  return std::malloc(size);
-}
-
-__attribute__((visibility("default"))) void* __wrap_calloc(size_t count, size_t size) {
-  if (!zrp::AllocationAllowed()) return nullptr;
-  return std::calloc(count, size);
-}
-
-// The test programs' operator new asks here: C++ allocations have a countdown of their own, so
-// that a test can make a container throw without also failing the malloc it stands beside.
-void ZRTestingFailCxxAllocation(long n) { zrp::tCxxFailCountdown = n > 0 ? n : 0; }
-
-Boolean ZRTestingCxxFailurePending(void) { return zrp::tCxxFailCountdown > 0; }
-
-Boolean ZRTestingCxxAllocationAllowed(void) { return !(zrp::tCxxFailCountdown > 0 && --zrp::tCxxFailCountdown == 0); }
 
 }  // extern "C"
