@@ -1,6 +1,9 @@
 // TestSupport.cpp: helpers shared by the test suites.
 #include "TestSupport.h"
 
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -163,6 +166,61 @@ std::string MakeTemporaryFolder(const std::string& name) {
   std::string pattern = (folder / (name + ".XXXXXX")).string();
   if (!mkdtemp(pattern.data())) return std::string();
   return pattern;
+}
+
+std::string RunUnprivileged(const std::function<std::string()>& body) {
+  // Looked up before fork: the child does nothing but drop its privileges, run the body and write.
+  uid_t uid = 65534;
+  gid_t gid = 65534;
+  if (const struct passwd* nobody = getpwnam("nobody")) {
+    uid = nobody->pw_uid;
+    gid = nobody->pw_gid;
+  }
+  bool root = geteuid() == 0;
+  int channel[2];
+  if (pipe2(channel, O_CLOEXEC) != 0) {
+    ADD_FAILURE() << "pipe2: " << std::strerror(errno);
+    return std::string();
+  }
+  std::fflush(nullptr);
+  pid_t child = fork();
+  if (child < 0) {
+    ADD_FAILURE() << "fork: " << std::strerror(errno);
+    close(channel[0]);
+    close(channel[1]);
+    return std::string();
+  }
+  if (child == 0) {
+    close(channel[0]);
+    if (root && (setgroups(0, nullptr) != 0 || setgid(gid) != 0 || setuid(uid) != 0 || geteuid() == 0)) _exit(3);
+    std::string result = body();
+    for (size_t written = 0; written < result.size();) {
+      ssize_t count = write(channel[1], result.data() + written, result.size() - written);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) _exit(4);
+      written += static_cast<size_t>(count);
+    }
+    // _exit: the child's copy of the test program must not run its exit handlers (or leak checks).
+    _exit(0);
+  }
+  close(channel[1]);
+  std::string result;
+  char block[4096];
+  for (;;) {
+    ssize_t count = read(channel[0], block, sizeof block);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    result.append(block, static_cast<size_t>(count));
+  }
+  close(channel[0]);
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    ADD_FAILURE() << "the unprivileged child failed (wait status " << status << ")";
+    return std::string();
+  }
+  return result;
 }
 
 bool RemoveFolder(const std::string& path) {

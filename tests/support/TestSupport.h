@@ -112,6 +112,14 @@ std::string MakeTemporaryFolder(const std::string& name);
 // already gone included.
 bool RemoveFolder(const std::string& path);
 
+// Runs `body` in a child process that first becomes the unprivileged user "nobody" (its group too,
+// with no supplementary groups) when this process runs as root, so that file modes hold for it as
+// for any user; otherwise the child keeps this process's user. Returns what the body returned, or
+// records a test failure and returns "" when the child could not give up root or did not finish.
+// GoogleTest's assertions made in the child are lost with it: the body returns what it saw, as
+// text, and the test compares that.
+std::string RunUnprivileged(const std::function<std::string()>& body);
+
 // Writes the bytes to the file, replacing what it held and making the folders above it that are
 // missing. False when the bytes could not all be written.
 bool WriteFile(const std::string& path, const std::string& bytes);
