@@ -18,6 +18,8 @@ ZR_PACKAGES=(
   clang libclang-rt-14-dev                           # fuzzing (libFuzzer)
   python3                                            # plistlib: the independent property-list cross-check
   libplist-dev                                       # benchmarks: libplist as the property-list baseline
+  openssl coreutils                                  # the other command-line tools the benchmarks compare with
+  clang-format binutils                              # scripts/format; nm, which checks the installed libraries
 )
 
 # The locales the tests switch to (names as `locale -a` spells them, and as /etc/locale.gen does).
