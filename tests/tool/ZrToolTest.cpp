@@ -189,6 +189,16 @@ TEST_F(ZrToolTest, Remaining) {
   ExpectError({"remaining", "soon"}, 2, "zr: not a number of seconds: 'soon'");
 }
 
+// Values far outside any count of seconds or digits: each is an answer, never undefined behaviour
+// (under the sanitizers a float-to-integer overflow would print a report and fail the run).
+TEST_F(ZrToolTest, ExtremeNumbersGiveAnAnswer) {
+  for (const char* value : {"1e300", "-1e300", "inf", "-inf", "nan", "1e19", "-9223372036854775808"}) {
+    EXPECT_FALSE(Output({"remaining", value}).empty()) << value;
+    EXPECT_FALSE(Output({"number", value, "--decimals", "2"}).empty()) << value;
+  }
+  EXPECT_FALSE(Output({"size", "18446744073709551615", "--decimals", "3"}).empty());
+}
+
 TEST_F(ZrToolTest, CombineReadsLinesFromStandardInput) {
   EXPECT_EQ(Output({"combine"}, "Pear\napple\nPear\n"), Output({"combine"}, "Pear\r\napple\r\nPear\r\n"));
   EXPECT_NE(Output({"combine"}, "b\nB\na\nb\n"), Output({"combine", "--multiline"}, "b\nB\na\nb\n"));
