@@ -26,6 +26,6 @@ enum {
   errAEEventNotHandled = -1708,
   errAETimeout = -1712,
   kLSApplicationNotFoundErr = -10814,
-  resNotFound = -192,        // resource not found
+  resNotFound = -192,               // resource not found
   kUCOutputBufferTooSmall = -25340  // output buffer too small for Unicode string result
 };
