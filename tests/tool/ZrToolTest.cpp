@@ -116,7 +116,8 @@ class ZrToolTest : public ::testing::Test {
 };
 
 // Every command the help lists. A new command gets its cases below and its name here. (The cases
-// of `keys` are in zr-keys.sh, which names a keyboard layout for each run.)
+// of `keys` are in zr-keys.sh, which names a keyboard layout for each run, and those of `plist` in
+// tests/tools/zr-plist.sh.)
 const std::set<std::string> kTestedCommands = {"error",     "errno",  "size",   "number", "remaining", "combine",
                                                "normalize", "base32", "base64", "hex",    "sha1",      "keys"};
 
@@ -258,6 +259,28 @@ TEST_F(ZrToolTest, Sha1PrintsAsSha1sum) {
   EXPECT_EQ(result.out, "a9993e364706816aba3e25717850c26c9cd0d89d  " + first + "\n");
   EXPECT_NE(result.err.find("ERROR"), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("zr: sha1: " + missing + ": no digest\n"), std::string::npos) << result.err;
+}
+
+TEST_F(ZrToolTest, PathTildesAndExpandsUnderHome) {
+  std::vector<std::string> home = {"HOME=" + folder_};
+  EXPECT_EQ(Output({"path", "tilde", folder_ + "/Documents"}, "", home), "~/Documents\n");
+  EXPECT_EQ(Output({"path", "expand", "~/Documents"}, "", home), folder_ + "/Documents\n");
+  ExpectError({"path", "sideways", "x"}, 2, "zr: usage: zr path tilde PATH | expand TILDEPATH | from-hfs HFSPATH");
+  ExpectError({"path", "tilde"}, 2, "zr: usage: zr path tilde PATH | expand TILDEPATH | from-hfs HFSPATH");
+}
+
+TEST_F(ZrToolTest, XattrSetsListsAndDeletes) {
+  std::string file = folder_ + "/file";
+  ASSERT_TRUE(zrtest::WriteFile(file, "contents"));
+  EXPECT_EQ(Output({"xattr", "list", file}), "");
+  EXPECT_EQ(Output({"xattr", "set", file, "user.note", "hello"}), "");
+  EXPECT_EQ(Output({"xattr", "list", file}), "user.note\n");
+  EXPECT_EQ(Output({"xattr", "delete", file, "user.note"}), "");
+  ExpectError({"xattr", "delete", file, "user.note"}, 1, "zr: no attribute 'user.note'");
+  Result usage = Run({"xattr", "list"});
+  EXPECT_EQ(usage.status, 2);
+  EXPECT_EQ(usage.out, "");
+  EXPECT_EQ(usage.err.rfind("zr: usage: zr xattr list FILE | get FILE NAME", 0), 0u) << usage.err;
 }
 
 }  // namespace
