@@ -118,9 +118,9 @@ class ZrToolTest : public ::testing::Test {
 // Every command the help lists. A new command gets its cases below and its name here. (The cases
 // of `keys` are in zr-keys.sh, which names a keyboard layout for each run, and those of `plist` in
 // tests/tools/zr-plist.sh.)
-const std::set<std::string> kTestedCommands = {"error",   "errno",     "size",   "number", "remaining",
-                                               "combine", "normalize", "base32", "base64", "hex",
-                                               "sha1",    "keys",      "plist",  "xattr",  "path"};
+const std::set<std::string> kTestedCommands = {"error",     "errno",  "size",   "number",  "remaining", "combine",
+                                               "normalize", "base32", "base64", "hex",     "sha1",      "keys",
+                                               "plist",     "xattr",  "path",   "defaults"};
 
 TEST_F(ZrToolTest, HelpListsEveryCommandOnStandardOutput) {
   for (const char* flag : {"--help", "-h", "help"}) {
@@ -285,6 +285,24 @@ TEST_F(ZrToolTest, XattrSetsListsAndDeletes) {
   EXPECT_EQ(usage.status, 2);
   EXPECT_EQ(usage.out, "");
   EXPECT_EQ(usage.err.rfind("zr: usage: zr xattr list FILE | get FILE NAME", 0), 0u) << usage.err;
+}
+
+// Preferences in a home and configuration folder of the test's own.
+TEST_F(ZrToolTest, DefaultsWritesReadsAndDeletes) {
+  std::vector<std::string> own = {"HOME=" + folder_, "XDG_CONFIG_HOME=" + folder_ + "/config"};
+  EXPECT_EQ(Output({"defaults", "write", "com.example.zrtool", "greeting", "hello"}, "", own), "");
+  EXPECT_EQ(Output({"defaults", "write", "com.example.zrtool", "farewell", "bye"}, "", own), "");
+  EXPECT_EQ(Output({"defaults", "read", "com.example.zrtool", "greeting"}, "", own), "hello\n");
+  EXPECT_EQ(Output({"defaults", "delete", "com.example.zrtool", "greeting"}, "", own), "");
+  Result gone = Run({"defaults", "read", "com.example.zrtool", "greeting"}, "", own);
+  EXPECT_EQ(gone.status, 1);
+  EXPECT_EQ(gone.out, "");
+  EXPECT_EQ(gone.err, "zr: The domain/default pair of (com.example.zrtool, greeting) does not exist\n");
+  // Without its last key the domain itself is gone.
+  EXPECT_EQ(Output({"defaults", "delete", "com.example.zrtool", "farewell"}, "", own), "");
+  ExpectError({"defaults", "read", "com.example.zrtool"}, 1, "zr: Domain com.example.zrtool does not exist");
+  ExpectError({"defaults", "frob"}, 2, "zr: unknown defaults command 'frob'");
+  ExpectError({"defaults"}, 2, "zr: usage: zr defaults read|write|delete|domains ...");
 }
 
 }  // namespace
