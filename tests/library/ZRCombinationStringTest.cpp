@@ -46,6 +46,7 @@ void UseLanguage(const char* posixLocale, const char* language) {
   setenv("LANG", posixLocale, 1);
   setenv("LC_ALL", posixLocale, 1);
   setenv("LANGUAGE", language, 1);
+  ZRTestingLocaleSettingsChanged();
 }
 
 std::string Line(const std::string& message, const char* function = kName) {
@@ -217,6 +218,16 @@ TEST_F(CombinationEnglishTest, NumbersCompareAsNumbersAndLettersAsPeopleReadThem
   EXPECT_EQ(Combined({u"Item 10", u"Item 9", u"Item 1", u"Item 10"}),
             u"Item 1 (1 of 4), Item 9 (1 of 4), Item 10 (2 of 4)");
   EXPECT_EQ(Combined({u"Zebra", u"\u00c4pfel", u"Apfel"}), u"Apfel (1 of 3), \u00c4pfel (1 of 3), Zebra (1 of 3)");
+}
+
+TEST_F(CombinationEnglishTest, OrderFollowsTheAppleLocalePreferenceBeforeTheEnvironment) {
+  // English sorts \u00e4 with a, Swedish after z.
+  EXPECT_EQ(Combined({u"Zebra", u"\u00e4pple"}), u"\u00e4pple (1 of 2), Zebra (1 of 2)");
+  CFPreferencesSetAppValue(CFSTR("AppleLocale"), CFSTR("sv_SE"), kCFPreferencesAnyApplication);
+  std::u16string swedish = Combined({u"Zebra", u"\u00e4pple"});
+  CFPreferencesSetAppValue(CFSTR("AppleLocale"), nullptr, kCFPreferencesAnyApplication);
+  EXPECT_EQ(swedish, u"Zebra (1 of 2), \u00e4pple (1 of 2)");
+  EXPECT_EQ(Combined({u"Zebra", u"\u00e4pple"}), u"\u00e4pple (1 of 2), Zebra (1 of 2)");
 }
 
 TEST_F(CombinationEnglishTest, MultilinePutsEveryLaterEntryOnANewLine) {

@@ -4,6 +4,7 @@
 #include <ZRPlatform/Testing.h>
 #include <gtest/gtest.h>
 #include <unicode/ucol.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -51,13 +52,15 @@ CFComparisonResult CmpIn(const char* localeIdentifier, const std::u16string& a, 
   return result;
 }
 
-// Sets an environment variable for the life of the object and restores it afterwards.
+// Sets a locale variable of the environment for the life of the object and restores it
+// afterwards, telling the host each time, as a change of the user's settings is announced.
 class ScopedEnvironment {
  public:
   ScopedEnvironment(const char* name, const char* value) : name_(name) {
     const char* old = std::getenv(name);
     if (old) hadValue_ = true, old_ = old;
     setenv(name, value, 1);
+    ZRTestingLocaleSettingsChanged();
   }
   ~ScopedEnvironment() {
     if (hadValue_) {
@@ -65,6 +68,7 @@ class ScopedEnvironment {
     } else {
       unsetenv(name_.c_str());
     }
+    ZRTestingLocaleSettingsChanged();
   }
 
  private:
@@ -431,33 +435,56 @@ TEST(CFStringCompare, LocalizedEqualityAndForcedOrdering) {
 TEST(CFStringCompare, LocalizedFollowsChangesOfTheEnvironment) {
   CFStringRef umlaut = CFSTR("\u00e4 umlaut first");
   CFStringRef zed = CFSTR("z last");
-  {
-    ScopedEnvironment all("LC_ALL", "sv_SE.UTF-8");
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
-    setenv("LC_ALL", "de_DE.UTF-8", 1);
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
-    setenv("LC_ALL", "sv_SE.UTF-8", 1);
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
-    // LC_ALL gone: LC_COLLATE, then LANG.
-    unsetenv("LC_ALL");
-    ScopedEnvironment collate("LC_COLLATE", "de_DE.UTF-8");
-    ScopedEnvironment lang("LANG", "sv_SE.UTF-8");
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
-    unsetenv("LC_COLLATE");
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
-    // A new variable of another name moves no entry of the three.
-    ScopedEnvironment other("ZR_UNRELATED_SETTING", "1");
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
-  }
-  {
-    // A string given to putenv is part of the environment: rewriting it changes the setting.
-    static char entry[] = "LC_ALL=sv_SE.UTF-8";
-    ScopedEnvironment all("LC_ALL", "en_US.UTF-8");
-    ASSERT_EQ(putenv(entry), 0);
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
-    std::memcpy(entry + 7, "de", 2);
-    EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
-  }
+  ScopedEnvironment all("LC_ALL", "sv_SE.UTF-8");
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+  setenv("LC_ALL", "de_DE.UTF-8", 1);
+  ZRTestingLocaleSettingsChanged();
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+  // LC_ALL gone: LC_COLLATE, then LANG.
+  unsetenv("LC_ALL");
+  ScopedEnvironment collate("LC_COLLATE", "de_DE.UTF-8");
+  ScopedEnvironment lang("LANG", "sv_SE.UTF-8");
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+  unsetenv("LC_COLLATE");
+  ZRTestingLocaleSettingsChanged();
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+}
+
+TEST(CFStringCompare, LocalizedSeesAnUnannouncedChangeWithinASecond) {
+  CFStringRef umlaut = CFSTR("\u00e4 umlaut first");
+  CFStringRef zed = CFSTR("z last");
+  ScopedEnvironment all("LC_ALL", "sv_SE.UTF-8");
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+  // A string given to putenv is part of the environment: rewriting it changes the setting.
+  static char entry[] = "LC_ALL=sv_SE.UTF-8";
+  ASSERT_EQ(putenv(entry), 0);
+  std::memcpy(entry + 7, "de", 2);
+  usleep(1100 * 1000);
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+  // The current locale object has seen the same change.
+  CFLocaleRef current = CFLocaleCopyCurrent();
+  ASSERT_NE(current, nullptr);
+  EXPECT_TRUE(CFEqual(CFLocaleGetIdentifier(current), CFSTR("de_SE")));
+  CFRelease(current);
+  setenv("LC_ALL", "sv_SE.UTF-8", 1);  // out of the static string before it is rewritten again
+}
+
+TEST(CFStringCompare, LocalizedFollowsTheAppleLocalePreferenceBeforeTheEnvironment) {
+  // English sorts \u00e4 with a, Swedish after z: the preference, not LANG, decides.
+  CFStringRef umlaut = CFSTR("\u00e4 umlaut first");
+  CFStringRef zed = CFSTR("z last");
+  ScopedEnvironment all("LC_ALL", "");
+  ScopedEnvironment lang("LANG", "en_US.UTF-8");
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
+  CFPreferencesSetAppValue(CFSTR("AppleLocale"), CFSTR("sv_SE"), kCFPreferencesAnyApplication);
+  // A preference set in this process is seen at once, by comparison and locale objects alike.
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareGreaterThan);
+  CFLocaleRef current = CFLocaleCopyCurrent();
+  ASSERT_NE(current, nullptr);
+  EXPECT_TRUE(CFEqual(CFLocaleGetIdentifier(current), CFSTR("sv_SE")));
+  CFRelease(current);
+  CFPreferencesSetAppValue(CFSTR("AppleLocale"), nullptr, kCFPreferencesAnyApplication);
+  EXPECT_EQ(CFStringCompare(umlaut, zed, kCFCompareLocalized), kCFCompareLessThan);
 }
 
 TEST(CFStringCompare, ManyThreadsCompareTheSameStringsAtOnce) {

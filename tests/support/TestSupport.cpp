@@ -295,8 +295,9 @@ std::string XMLPropertyList(const std::string& body) {
 }
 
 void SetLocaleEnvironment(const std::vector<std::pair<const char*, const char*>>& variables) {
-  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LANG"}) unsetenv(name);
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LC_COLLATE", "LANG"}) unsetenv(name);
   for (const auto& [name, value] : variables) setenv(name, value, 1);
+  ZRTestingLocaleSettingsChanged();
 }
 
 void UseLocale(const char* name) { SetLocaleEnvironment({{"LC_ALL", name}, {"LANG", name}}); }

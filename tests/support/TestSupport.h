@@ -142,8 +142,9 @@ bool RunPython(const std::string& script, const std::string& input, std::string*
 // "<plist version="1.0">" on lines of their own, then the body as given and "</plist>\n".
 std::string XMLPropertyList(const std::string& body);
 
-// Unsets the locale variables LANGUAGE, LC_ALL, LC_MESSAGES, LC_NUMERIC and LANG, then sets the
-// given ones; with none given the process falls back to the POSIX locale.
+// Unsets the locale variables LANGUAGE, LC_ALL, LC_MESSAGES, LC_NUMERIC, LC_COLLATE and LANG, then
+// sets the given ones and tells the host that the locale settings changed; with none given the
+// process falls back to the POSIX locale.
 void SetLocaleEnvironment(const std::vector<std::pair<const char*, const char*>>& variables);
 
 // SetLocaleEnvironment with LC_ALL and LANG both naming the POSIX locale, such as "de_DE.UTF-8".

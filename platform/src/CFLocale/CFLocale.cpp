@@ -3,13 +3,12 @@
 #include <CoreFoundation/CFLocale.h>
 #include <CoreFoundation/CFPreferences.h>
 
-#include <chrono>
-#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "CFLocale/CurrentLocale.h"
 #include "CFLocale/Languages.h"
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
@@ -35,53 +34,6 @@ CFStringRef InternedIdentifier(const std::string& identifier) {
   return string;
 }
 
-// The "AppleLocale" preference, when it holds a non-empty string.
-std::string ReadLocaleOfPreferences() {
-  std::string identifier;
-  CFPropertyListRef value = CFPreferencesCopyAppValue(CFSTR("AppleLocale"), kCFPreferencesCurrentApplication);
-  if (value) {
-    if (CFGetTypeID(value) == CFStringGetTypeID()) identifier = zrp::ToUTF8(static_cast<CFStringRef>(value));
-    CFRelease(value);
-  }
-  return identifier;
-}
-
-// Reading a preference means looking at the preference files, which costs more than all the rest
-// of a size string. The platform documents that the current locale may be cached and does not
-// follow every change of the user's settings at once; here the setting is read again after a
-// second, and at once when the preferences folder changes.
-std::string LocaleOfPreferences() {
-  using Clock = std::chrono::steady_clock;
-  struct Cache {
-    std::string folder;
-    Clock::time_point readAt;
-    std::string identifier;
-    bool valid = false;
-  };
-  static std::mutex mutex;
-  static auto* cache = new Cache();
-  std::string folder;
-  for (const char* variable : {"XDG_CONFIG_HOME", "HOME"}) {
-    const char* value = std::getenv(variable);
-    folder += value ? value : "";
-    folder.push_back('\n');
-  }
-  Clock::time_point now = Clock::now();
-  {
-    std::lock_guard<std::mutex> lock(mutex);
-    if (cache->valid && cache->folder == folder && now - cache->readAt < std::chrono::seconds(1)) {
-      return cache->identifier;
-    }
-  }
-  std::string identifier = ReadLocaleOfPreferences();
-  std::lock_guard<std::mutex> lock(mutex);
-  cache->folder = std::move(folder);
-  cache->readAt = now;
-  cache->identifier = identifier;
-  cache->valid = true;
-  return identifier;
-}
-
 }  // namespace
 
 extern "C" {
@@ -99,9 +51,7 @@ CFLocaleRef CFLocaleGetSystem(void) {
 
 CFLocaleRef CFLocaleCopyCurrent(void) {
   return zrp::CatchOutOfMemory<CFLocaleRef>(nullptr, [&]() -> CFLocaleRef {
-    std::string identifier = LocaleOfPreferences();
-    identifier = identifier.empty() ? zrp::EnvironmentLocale() : zrp::CanonicalLocaleIdentifier(identifier);
-    return zrp::New<__CFLocale>(std::move(identifier));
+    return zrp::New<__CFLocale>(zrp::CurrentLocaleIdentifier(zrp::LocaleCategory::kNumbers));
   });
 }
 

@@ -99,8 +99,9 @@ std::string LocaleOfPosixName(std::string_view name) {
   return CanonicalLocaleIdentifier(base);
 }
 
-std::string EnvironmentLocale() {
-  for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"}) {
+std::string EnvironmentLocale(LocaleCategory category) {
+  const char* own = category == LocaleCategory::kCollation ? "LC_COLLATE" : "LC_NUMERIC";
+  for (const char* variable : {"LC_ALL", own, "LANG"}) {
     if (const char* value = NonEmptyEnvironment(variable)) return LocaleOfPosixName(value);
   }
   return "en";

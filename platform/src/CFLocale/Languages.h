@@ -29,8 +29,13 @@ ZRP_TESTABLE std::string CanonicalLanguageIdentifier(std::string_view identifier
 // The locale that a POSIX locale name gives ("de_DE.UTF-8" gives "de_DE"); "C", "POSIX" and
 // the empty name give "en".
 ZRP_TESTABLE std::string LocaleOfPosixName(std::string_view name);
-// The first of LC_ALL, LC_NUMERIC and LANG that is set and not empty, as a locale ("en" when none).
-ZRP_TESTABLE std::string EnvironmentLocale();
+// What a current locale is read for: numbers and everything else a locale object says, or the
+// order of text in localized comparison.
+enum class LocaleCategory { kNumbers, kCollation };
+
+// The first of LC_ALL, the category's own variable (LC_NUMERIC, LC_COLLATE) and LANG that is set
+// and not empty, as a locale ("en" when none).
+ZRP_TESTABLE std::string EnvironmentLocale(LocaleCategory category = LocaleCategory::kNumbers);
 
 // The user's languages as the environment gives them, read as GLib reads them: the first of
 // LANGUAGE (a colon-separated list), LC_ALL, LC_MESSAGES and LANG that is set and not empty;

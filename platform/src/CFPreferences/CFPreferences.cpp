@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "CFBundle/BundleImpl.h"
+#include "CFLocale/CurrentLocale.h"
 #include "CFPreferences/PreferencesImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
@@ -432,6 +433,8 @@ Domain* ResolveDomain(CFStringRef applicationID, bool* isGlobal) {
       current->home = homeNow ? homeNow : "";
       current->application = DomainAt(DomainPath(CurrentApplicationIdentifier()));
       current->global = DomainAt(DomainPath(kGlobalDomain));
+      // Another folder holds other settings, the locale's among them.
+      LocaleSettingsChanged();
       // Looked up again next time when either is missing (no home folder, no identifier yet).
       current->valid = current->application && current->global;
     }
@@ -569,8 +572,12 @@ void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFString
     bool isGlobal;
     zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
     if (!domain) return;
-    std::lock_guard<std::mutex> lock(domain->mutex);
-    domain->set(key, value);
+    {
+      std::lock_guard<std::mutex> lock(domain->mutex);
+      domain->set(key, value);
+    }
+    // The current locale reads the preferences ("AppleLocale").
+    zrp::LocaleSettingsChanged();
   } catch (const std::bad_alloc&) {
   }
 }
@@ -581,6 +588,7 @@ Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
     bool isGlobal;
     zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
     if (!domain) return false;
+    zrp::LocaleSettingsChanged();
     std::lock_guard<std::mutex> lock(domain->mutex);
     return domain->synchronize();
   } catch (const std::bad_alloc&) {

@@ -1,20 +1,20 @@
-// CFStringCollation.cpp: localized comparison through ICU collation: the user's collation
-// locale, collators kept per thread, and sort keys that immutable strings keep.
+// CFStringCollation.cpp: localized comparison through ICU collation: in the current locale (as
+// CFLocaleCopyCurrent has it) or a given one, collators kept per thread, and sort keys that
+// immutable strings keep.
 #include <CoreFoundation/CFString.h>
 #include <unicode/ucol.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <iterator>
 #include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "CFLocale/CurrentLocale.h"
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/CompareImpl.h"
 #include "CFString/StringImpl.h"
@@ -23,83 +23,19 @@ namespace zrp::compare {
 
 namespace {
 
-// The collation locale named by the environment, and what it was worked out from.
-class CollationEnvironment {
+// The current locale's collation identifier as this thread last had it, and until when it holds:
+// asking for it on every comparison would take a lock and read the environment each time.
+class CurrentCollationLocale {
  public:
-  // The ICU locale of the user's collation order: LC_ALL, LC_COLLATE, then LANG, the first
-  // that is set and not empty; "C" and "POSIX" (and no setting) sort as English.
-  //
-  // A program may change its environment between two comparisons, and every change through
-  // setenv, unsetenv or putenv replaces, adds or removes an entry of the environment's array.
-  // So the locale is worked out again only when the array's entries differ from those it was
-  // worked out from, or when the text of one of the three entries read has been rewritten in
-  // place; comparing the entries costs less than looking the three names up. (An unrelated
-  // entry whose text is rewritten in place into one of the three names goes unseen.)
-  const std::string& locale() {
-    char** entries = environ;
-    if (!valid_ || entries != array_ || !SameEntries(entries) || !SameValues()) Read(entries);
-    return locale_;
+  const std::string& identifier() {
+    if (!zrp::CurrentLocaleStillHolds(stamp_))
+      identifier_ = zrp::CurrentLocaleIdentifier(zrp::LocaleCategory::kCollation, &stamp_);
+    return identifier_;
   }
 
  private:
-  static constexpr std::string_view kNames[] = {"LC_ALL=", "LC_COLLATE=", "LANG="};
-  static constexpr size_t kCount = std::size(kNames);
-
-  static bool StartsWith(const char* text, std::string_view prefix) {
-    for (char c : prefix)
-      if (*text++ != c) return false;
-    return true;
-  }
-
-  // Stops at the first difference, so it never reads past the end of a shorter array.
-  bool SameEntries(char** entries) const {
-    if (!entries) return entries_.empty();  // no environment at all (clearenv)
-    const char* const* expected = entries_.data();
-    size_t count = entries_.size();
-#pragma GCC unroll 4
-    for (size_t i = 0; i < count; ++i)
-      if (entries[i] != expected[i]) return false;
-    entries += count;
-    return *entries == nullptr;
-  }
-
-  bool SameValues() const {
-    for (size_t k = 0; k < kCount; ++k)
-      if (found_[k] && std::strcmp(found_[k], values_[k].c_str()) != 0) return false;
-    return true;
-  }
-
-  void Read(char** entries) {
-    array_ = entries;
-    entries_.clear();
-    for (size_t k = 0; k < kCount; ++k) found_[k] = nullptr;
-    for (char** entry = entries; entry && *entry; ++entry) {
-      const char* text = *entry;
-      entries_.push_back(text);
-      // The first entry of each name counts, as for getenv.
-      for (size_t k = 0; k < kCount; ++k)
-        if (!found_[k] && StartsWith(text, kNames[k])) found_[k] = text + kNames[k].size();
-    }
-    locale_ = "en";
-    bool chosen = false;
-    for (size_t k = 0; k < kCount; ++k) {
-      values_[k] = found_[k] ? found_[k] : "";
-      if (chosen || values_[k].empty()) continue;
-      chosen = true;
-      std::string_view name(values_[k]);
-      name = name.substr(0, name.find_first_of(".@"));
-      if (!name.empty() && name != "C" && name != "POSIX") locale_ = name;
-    }
-    valid_ = true;
-  }
-
-  bool valid_ = false;
-  char** array_ = nullptr;
-  std::vector<const char*> entries_;
-  // Where the value of each name was found (NULL when it was not set), and its text then.
-  const char* found_[kCount] = {};
-  std::string values_[kCount];
-  std::string locale_;
+  zrp::CurrentLocaleStamp stamp_;
+  std::string identifier_;
 };
 
 // Numbers the collator configurations (the locale name a collator was opened with and its
@@ -220,7 +156,7 @@ int CompareKeys(const zrp::CollationKey* a, const zrp::CollationKey* b) {
 // What a thread keeps for localized comparison.
 struct ThreadState {
   ~ThreadState();
-  CollationEnvironment environment;
+  CurrentCollationLocale current;
   CollatorCache collators;
 };
 
@@ -249,7 +185,7 @@ ThreadState* CurrentThreadState() {
 int CompareWithCollator(ThreadState& state, CFStringRef string1, CFStringRef string2, std::u16string_view a,
                         std::u16string_view b, CFStringCompareFlags options, CFLocaleRef locale, bool currentLocale) {
   static const std::string kRoot = "root";
-  const std::string& identifier = locale ? locale->identifier : currentLocale ? state.environment.locale() : kRoot;
+  const std::string& identifier = locale ? locale->identifier : currentLocale ? state.current.identifier() : kRoot;
   CFStringCompareFlags collatorOptions =
       options & (kCFCompareCaseInsensitive | kCFCompareDiacriticInsensitive | kCFCompareNumerically);
   const Collator* collator = state.collators.get(identifier, collatorOptions);

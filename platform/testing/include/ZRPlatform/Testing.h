@@ -85,5 +85,9 @@ CF_EXPORT void ZRTestingResetHostInfo(void);
 // Reads the kernel's device tree (displays, processor topology) under path instead of "/sys";
 // NULL goes back to "/sys".
 CF_EXPORT void ZRTestingSetSysfsRoot(const char* path);
+// Tells the host that the user's locale settings (the locale variables of the environment, the
+// preferences folder) have changed, as the platform's announcement of a changed current locale
+// does: the current locale is decided again at the next question instead of within a second.
+CF_EXPORT void ZRTestingLocaleSettingsChanged(void);
 
 CF_EXTERN_C_END
