@@ -347,7 +347,25 @@ TEST_F(CFBundleTest, MissingKeysFallBackToTheValueThenTheKey) {
   EXPECT_EQ(result, key);
   CFRelease(result);
   CFRelease(key);
-  EXPECT_EQ(CFBundleCopyLocalizedString(bundle, nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST_F(CFBundleTest, NoKeyGivesTheValueElseTheEmptyString) {
+  CFBundleRef bundle = MakeApplication();
+  SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
+  EXPECT_EQ(Localized(bundle, nullptr), "");
+  EXPECT_EQ(Localized(nullptr, nullptr), "");
+  EXPECT_EQ(Localized(bundle, nullptr, nullptr, "Other"), "");
+  EXPECT_EQ(Localized(bundle, nullptr, "Default"), "Default");
+  EXPECT_EQ(Localized(bundle, nullptr, ""), "");
+  // Without a bundle a key is not found: the value, else the key.
+  EXPECT_EQ(Localized(nullptr, "Key_Space", "Default"), "Default");
+  EXPECT_EQ(Localized(nullptr, "Key_Space", ""), "Key_Space");
+  EXPECT_EQ(Localized(nullptr, "Key_Space"), "Key_Space");
+  CFStringRef empty = CFBundleCopyLocalizedString(bundle, nullptr, nullptr, nullptr);
+  ASSERT_NE(empty, nullptr);
+  EXPECT_EQ(CFGetTypeID(empty), CFStringGetTypeID());
+  EXPECT_EQ(CFStringGetLength(empty), 0);
+  CFRelease(empty);
 }
 
 TEST_F(CFBundleTest, MalformedTableIsEmpty) {
@@ -403,6 +421,61 @@ TEST_F(CFBundleTest, Localizations) {
   EXPECT_EQ(Utf8(CFArrayGetValueAtIndex(preferred, 0)), "fr");
   CFRelease(preferred);
   CFRelease(names);
+}
+
+// The localizations CFBundleCopyPreferredLocalizationsFromArray gives for `names`, in its order.
+std::vector<std::string> PreferredOf(const std::vector<const char*>& names) {
+  std::vector<CFTypeRef> strings;
+  for (const char* name : names) strings.push_back(zrtest::MakeString(name));
+  CFArrayRef array =
+      CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
+  for (CFTypeRef string : strings) CFRelease(string);
+  CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(array);
+  CFRelease(array);
+  if (!preferred) return {"<NULL>"};
+  std::vector<std::string> list;
+  for (CFIndex i = 0; i < CFArrayGetCount(preferred); ++i) list.push_back(Utf8(CFArrayGetValueAtIndex(preferred, i)));
+  CFRelease(preferred);
+  return list;
+}
+
+TEST_F(CFBundleTest, PreferredLocalizationsAreEveryNameOfTheChoiceThenItsBareLanguage) {
+  using List = std::vector<std::string>;
+  SetLocaleEnvironment({{"LANGUAGE", "en_GB:de"}});
+  EXPECT_EQ(PreferredOf({"de", "English", "en-GB", "en", "en_GB", "fr"}), (List{"en-GB", "en_GB", "English", "en"}));
+  EXPECT_EQ(PreferredOf({"de", "en", "English"}), (List{"en", "English"}));
+  EXPECT_EQ(PreferredOf({"de", "en_GB"}), (List{"en_GB"}));
+  // Another region of the language is no fallback of the chosen one.
+  EXPECT_EQ(PreferredOf({"en_US", "en_GB", "de"}), (List{"en_GB"}));
+  SetLocaleEnvironment({{"LANGUAGE", "de_AT"}});
+  EXPECT_EQ(PreferredOf({"de_DE", "German", "en"}), (List{"German"}));
+  EXPECT_EQ(PreferredOf({"de_DE", "en"}), (List{"de_DE"}));
+  SetLocaleEnvironment({{"LANGUAGE", "zh_Hant"}});
+  EXPECT_EQ(PreferredOf({"zh-Hant", "zh", "en"}), (List{"zh-Hant", "zh"}));
+  // Nothing to choose from: nothing chosen. Elements that are not strings are passed over.
+  EXPECT_EQ(PreferredOf({}), (List{}));
+  CFTypeRef mixed[] = {kCFBooleanTrue, CFSTR("fr")};
+  CFArrayRef array = CFArrayCreate(nullptr, mixed, 2, &kCFTypeArrayCallBacks);
+  CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(array);
+  ASSERT_NE(preferred, nullptr);
+  ASSERT_EQ(CFArrayGetCount(preferred), 1);
+  EXPECT_EQ(Utf8(CFArrayGetValueAtIndex(preferred, 0)), "fr");
+  CFRelease(preferred);
+  CFRelease(array);
+  EXPECT_EQ(CFBundleCopyPreferredLocalizationsFromArray(nullptr), nullptr);
+}
+
+TEST_F(CFBundleTest, ARegionalLocalizationFallsBackToItsBareLanguageForTables) {
+  Write("tool/Info.plist", InfoPlist("<key>CFBundleIdentifier</key><string>org.example.tool</string>\n"
+                                     "<key>CFBundleDevelopmentRegion</key><string>de</string>\n"));
+  Write("tool/en_GB.lproj/Localizable.strings", "\"Colour\" = \"Colour\";\n");
+  Write("tool/en.lproj/Extra.strings", "\"Hello\" = \"Hello!\";\n");
+  Write("tool/de.lproj/Extra.strings", "\"Hello\" = \"Hallo!\";\n");
+  CFBundleRef bundle = Keep(zrp::CreateBundleWithPath(root_ + "/tool"));
+  SetLocaleEnvironment({{"LANGUAGE", "en_GB"}});
+  EXPECT_EQ(Localized(bundle, "Colour"), "Colour");
+  // en_GB has no such table: English's, not the development region's.
+  EXPECT_EQ(Localized(bundle, "Hello", nullptr, "Extra"), "Hello!");
 }
 
 TEST_F(CFBundleTest, BundlesAreEqualByFolder) {

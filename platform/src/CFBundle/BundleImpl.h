@@ -61,5 +61,11 @@ ZRP_TESTABLE std::string BundlePathOfExecutable(const std::string& executablePat
 ZRP_TESTABLE std::string ChooseLocalization(const std::vector<std::string>& available,
                                             const std::vector<std::string>& languages,
                                             const std::string& developmentRegion);
+// Where the localizations the bundle would use stand in `available`, given the one chosen: the
+// chosen one, then every other name of the same localization ("en" and "English", "en_GB" and
+// "en-GB"), then, when the chosen one names a region or script, its bare language ("en_GB" then
+// "en"), each group in the order of `available`. Empty when nothing was chosen.
+ZRP_TESTABLE std::vector<size_t> PreferredLocalizationOrder(const std::vector<std::string>& available,
+                                                            const std::string& chosen);
 
 }  // namespace zrp

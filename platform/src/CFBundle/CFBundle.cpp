@@ -78,8 +78,9 @@ const std::vector<std::string>& Localizations(CFBundleRef bundle) {
   return bundle->localizations;
 }
 
-// The folders whose strings tables are consulted, best first: the localization chosen for the
-// user, then the development region's and English, then the resources folder itself for tables
+// The folders whose strings tables are consulted, best first: the localizations the user's
+// languages choose (a regional one followed by its bare language), then the development
+// region's and English, then the resources folder itself for tables
 // that are not localized. The first of them that holds the table is the one read.
 std::vector<std::string> TableFolders(CFBundleRef bundle) {
   const std::vector<std::string>& available = Localizations(bundle);
@@ -91,7 +92,8 @@ std::vector<std::string> TableFolders(CFBundleRef bundle) {
     std::string folder = bundle->resourcesPath + "/" + localization + ".lproj";
     if (std::find(folders.begin(), folders.end(), folder) == folders.end()) folders.push_back(folder);
   };
-  add(zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion));
+  std::string chosen = zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion);
+  for (size_t i : zrp::PreferredLocalizationOrder(available, chosen)) add(available[i]);
   if (!developmentRegion.empty()) add(zrp::ChooseLocalization(available, {developmentRegion}, ""));
   add(zrp::ChooseLocalization(available, {"en"}, ""));
   folders.push_back(bundle->resourcesPath);
@@ -241,6 +243,23 @@ std::string ChooseLocalization(const std::vector<std::string>& available, const 
   return available.front();
 }
 
+std::vector<size_t> PreferredLocalizationOrder(const std::vector<std::string>& available, const std::string& chosen) {
+  std::vector<size_t> order;
+  if (chosen.empty()) return order;
+  LanguageParts want = PartsOf(chosen);
+  auto take = [&](auto&& fits) {
+    for (size_t i = 0; i < available.size(); ++i)
+      if (std::find(order.begin(), order.end(), i) == order.end() && fits(i)) order.push_back(i);
+  };
+  // The localization chosen, then the names that mean the same localization ("en" and
+  // "English", "en_GB" and "en-GB"), then, for a regional one, its bare language as the fallback
+  // the strings come from when the regional table lacks them.
+  take([&](size_t i) { return available[i] == chosen; });
+  take([&](size_t i) { return PartsOf(available[i]).full == want.full; });
+  if (want.full != want.language) take([&](size_t i) { return PartsOf(available[i]).full == want.language; });
+  return order;
+}
+
 }  // namespace zrp
 
 extern "C" {
@@ -371,23 +390,18 @@ CFArrayRef CFBundleCopyPreferredLocalizationsFromArray(CFArrayRef locArray) {
     if (CFBundleRef main = CFBundleGetMainBundle()) {
       if (CFStringRef region = CFBundleGetDevelopmentRegion(main)) developmentRegion = zrp::ToUTF8(region);
     }
-    std::string chosen = zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion);
+    std::vector<size_t> order = zrp::PreferredLocalizationOrder(
+        available, zrp::ChooseLocalization(available, zrp::PreferredLanguages(), developmentRegion));
     std::vector<CFTypeRef> result;
-    for (size_t i = 0; i < available.size(); ++i) {
-      if (available[i] == chosen) {
-        result.push_back(originals[i]);
-        break;
-      }
-    }
+    for (size_t i : order) result.push_back(originals[i]);
     return CFArrayCreate(nullptr, result.data(), static_cast<CFIndex>(result.size()), &kCFTypeArrayCallBacks);
   });
 }
 
 CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef tableName) {
   return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
-    if (!key) {
-      return value ? static_cast<CFStringRef>(CFRetain(value)) : nullptr;
-    }
+    // Without a key there is nothing to look up: the value, else the empty string.
+    if (!key) return static_cast<CFStringRef>(CFRetain(value ? value : CFSTR("")));
     if (bundle) {
       std::string table = tableName && CFStringGetLength(tableName) > 0 ? zrp::ToUTF8(tableName) : "Localizable";
       if (std::shared_ptr<const zrp::StringsTable> strings = FindTable(bundle, table)) {
