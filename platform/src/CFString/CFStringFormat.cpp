@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -46,10 +47,11 @@ __attribute__((noinline)) const ParsedFormat* ParsedConstantSlow(CFStringRef for
     if (found != table.end()) {
       parsed = found->second;
     } else {
-      auto* made = new ParsedFormat();
-      Parse(zrp::View(format), made);
-      table.emplace(format, made);
-      parsed = made;
+      // Owned until the table holds it: a failed allocation in Parse or emplace leaks nothing.
+      auto made = std::make_unique<ParsedFormat>();
+      Parse(zrp::View(format), made.get());
+      table.emplace(format, made.get());
+      parsed = made.release();
     }
   }
   *entry = {format, parsed};
