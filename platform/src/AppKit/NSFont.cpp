@@ -18,16 +18,6 @@ struct SystemFace {
   CFStringRef name = nullptr;
 };
 
-CFStringRef ConstantString(const char* utf8) {
-  std::u16string chars;
-  std::string text(utf8);
-  if (!zrp::DecodeUTF8(text.data(), text.size(), &chars)) return nullptr;
-  // Found once for the life of the process, like a literal: no allocation seam.
-  auto* string = new __CFString(std::move(chars), false);
-  string->makeImmortal();
-  return string;
-}
-
 SystemFace LookUpSystemFace() {
   SystemFace face;
   // A configuration of our own, released once the face is found, rather than fontconfig's
@@ -47,10 +37,10 @@ SystemFace LookUpSystemFace() {
   }
   FcChar8* family = nullptr;
   if (match && FcPatternGetString(match, FC_FAMILY, 0, &family) == FcResultMatch && family && *family) {
-    face.family = ConstantString(reinterpret_cast<const char*>(family));
+    face.family = zrp::InternedString(reinterpret_cast<const char*>(family));
     FcChar8* name = nullptr;
     if (FcPatternGetString(match, FC_POSTSCRIPT_NAME, 0, &name) == FcResultMatch && name && *name) {
-      face.name = ConstantString(reinterpret_cast<const char*>(name));
+      face.name = zrp::InternedString(reinterpret_cast<const char*>(name));
     }
     if (!face.name) face.name = face.family;
   }

@@ -9,13 +9,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <new>
 
 #include "CFBundle/BundleImpl.h"
 #include "CFLocale/Languages.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Files.h"
 #include "runtime/NoThrow.h"
 
 namespace {
@@ -35,19 +35,6 @@ std::string LastComponent(const std::string& path) {
 bool IsDirectory(const std::string& path) {
   struct stat info;
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-// The whole file; false when it cannot be read.
-bool ReadFile(const std::string& path, std::string* bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) return false;
-  bytes->clear();
-  char buffer[16384];
-  size_t count;
-  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes->append(buffer, count);
-  bool ok = !std::ferror(file);
-  std::fclose(file);
-  return ok;
 }
 
 // Lends a string from the information property list.
@@ -115,7 +102,7 @@ std::shared_ptr<const zrp::StringsTable> FindTable(CFBundleRef bundle, const std
     }
     std::shared_ptr<zrp::StringsTable> table;
     std::string bytes;
-    if (ReadFile(path, &bytes)) {
+    if (zrp::ReadWholeFile(path, &bytes)) {
       table = std::make_shared<zrp::StringsTable>();
       // A malformed file counts as an empty table, as on the platform.
       zrp::ParseStringsFile(bytes, table.get());
@@ -307,7 +294,7 @@ CFDictionaryRef CFBundleGetInfoDictionary(CFBundleRef bundle) {
   }
   CFDictionaryRef info = nullptr;
   std::string bytes;
-  if (ReadFile(bundle->infoPlistPath, &bytes)) info = zrp::CreateDictionaryFromPropertyListBytes(bytes);
+  if (zrp::ReadWholeFile(bundle->infoPlistPath, &bytes)) info = zrp::CreateDictionaryFromPropertyListBytes(bytes);
   // A bundle without a readable information property list has an empty one. A file that could
   // not be read into memory this time is tried again on the next call.
   if (!info && access(bundle->infoPlistPath.c_str(), F_OK) != 0) {

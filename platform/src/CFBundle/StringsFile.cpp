@@ -6,6 +6,7 @@
 
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 namespace zrp {
@@ -46,13 +47,6 @@ bool IsSpace(char16_t c) {
 bool IsWordCharacter(char16_t c) {
   return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_' || c == u'$' ||
          c == u'+' || c == u'/' || c == u':' || c == u'.' || c == u'-';
-}
-
-int HexValue(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  return -1;
 }
 
 class Parser {
@@ -143,8 +137,8 @@ class Parser {
           // written as its two surrogates, each escaped.
           int digits = 0;
           char16_t unit = 0;
-          while (digits < 4 && !AtEnd() && HexValue(Peek()) >= 0) {
-            unit = static_cast<char16_t>((unit << 4) | HexValue(text_[position_++]));
+          while (digits < 4 && !AtEnd() && zrp::HexDigitValue(Peek()) >= 0) {
+            unit = static_cast<char16_t>((unit << 4) | zrp::HexDigitValue(text_[position_++]));
             ++digits;
           }
           if (digits == 0) return false;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CFCollections/Collection.h"
+#include "runtime/Checks.h"
 #include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 
@@ -78,7 +79,7 @@ constexpr CFIndex kLargestReservedCapacity = 1 << 16;
 __CFArray* Mutable(CFMutableArrayRef array, const char* function) {
   if (!array) return nullptr;
   if (!array->mutable_) {
-    std::fprintf(stderr, "%s: attempt to mutate immutable array %p\n", function, static_cast<const void*>(array));
+    zrp::ReportImmutable(function, "array", array);
     return nullptr;
   }
   return array;
@@ -86,21 +87,13 @@ __CFArray* Mutable(CFMutableArrayRef array, const char* function) {
 
 CFIndex Count(CFArrayRef array) { return static_cast<CFIndex>(array->values.size()); }
 
-[[noreturn]] void HaltOnRange(const char* function, CFRange range, CFArrayRef array) {
-  std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; array count %ld\n", function, range.location, range.length,
-               Count(array));
-  std::abort();
-}
-
 [[noreturn]] void HaltOnIndex(const char* function, CFIndex idx, CFArrayRef array) {
   std::fprintf(stderr, "%s: index (%ld) out of bounds; array count %ld\n", function, idx, Count(array));
   std::abort();
 }
 
 void CheckRange(const char* function, CFArrayRef array, CFRange range) {
-  if (range.location < 0 || range.length < 0 || range.location > Count(array) ||
-      range.length > Count(array) - range.location)
-    HaltOnRange(function, range, array);
+  zrp::RequireRange(function, range, "array count", array->values.size());
 }
 
 // Valid element indexes are 0 ..< count, or 0 ... count where the index may be one past the end.

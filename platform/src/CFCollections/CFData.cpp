@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "CFString/StringImpl.h"
+#include "runtime/Checks.h"
 #include "runtime/LargeBlocks.h"
 #include "runtime/NoThrow.h"
 #include "runtime/Object.h"
@@ -131,21 +132,14 @@ void Resize(__CFData* data, size_t length, const char* function) {
 __CFData* Mutable(CFMutableDataRef data, const char* function) {
   if (!data) return nullptr;
   if (!data->mutable_) {
-    std::fprintf(stderr, "%s: attempt to mutate immutable data %p\n", function, static_cast<const void*>(data));
+    zrp::ReportImmutable(function, "data", data);
     return nullptr;
   }
   return data;
 }
 
-bool IsRangeValid(CFDataRef data, CFRange range) {
-  return range.location >= 0 && range.length >= 0 && static_cast<size_t>(range.location) <= data->length &&
-         static_cast<size_t>(range.length) <= data->length - static_cast<size_t>(range.location);
-}
-
-[[noreturn]] void HaltOnRange(const char* function, CFRange range, CFDataRef data) {
-  std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; data length %zu\n", function, range.location, range.length,
-               data->length);
-  std::abort();
+void CheckRange(const char* function, CFDataRef data, CFRange range) {
+  zrp::RequireRange(function, range, "data length", data->length);
 }
 
 [[noreturn]] void HaltOnLength(const char* function, CFIndex length) {
@@ -214,7 +208,7 @@ UInt8* CFDataGetMutableBytePtr(CFMutableDataRef theData) {
 }
 
 void CFDataGetBytes(CFDataRef theData, CFRange range, UInt8* buffer) {
-  if (!IsRangeValid(theData, range)) HaltOnRange("CFDataGetBytes", range, theData);
+  CheckRange("CFDataGetBytes", theData, range);
   if (range.length > 0) std::memcpy(buffer, theData->bytes + range.location, static_cast<size_t>(range.length));
 }
 
@@ -248,7 +242,7 @@ void CFDataAppendBytes(CFMutableDataRef theData, const UInt8* bytes, CFIndex len
 void CFDataReplaceBytes(CFMutableDataRef theData, CFRange range, const UInt8* newBytes, CFIndex newLength) {
   __CFData* data = Mutable(theData, "CFDataReplaceBytes");
   if (!data) return;
-  if (!IsRangeValid(data, range)) HaltOnRange("CFDataReplaceBytes", range, data);
+  CheckRange("CFDataReplaceBytes", data, range);
   if (newLength < 0) HaltOnLength("CFDataReplaceBytes", newLength);
   std::vector<UInt8> replacement;
   // The new bytes may lie inside the buffer itself; without them the range becomes zeros.
@@ -269,7 +263,7 @@ void CFDataReplaceBytes(CFMutableDataRef theData, CFRange range, const UInt8* ne
 void CFDataDeleteBytes(CFMutableDataRef theData, CFRange range) {
   __CFData* data = Mutable(theData, "CFDataDeleteBytes");
   if (!data) return;
-  if (!IsRangeValid(data, range)) HaltOnRange("CFDataDeleteBytes", range, data);
+  CheckRange("CFDataDeleteBytes", data, range);
   size_t location = static_cast<size_t>(range.location);
   size_t tail = data->length - location - static_cast<size_t>(range.length);
   std::memmove(data->bytes + location, data->bytes + location + range.length, tail);

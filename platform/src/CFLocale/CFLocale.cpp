@@ -3,9 +3,7 @@
 #include <CoreFoundation/CFLocale.h>
 #include <CoreFoundation/CFPreferences.h>
 
-#include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "CFLocale/CurrentLocale.h"
@@ -13,28 +11,6 @@
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
 #include "runtime/NoThrow.h"
-
-namespace {
-
-// CFLocaleGetIdentifier lends its string; a locale holds only its ICU identifier, so each
-// distinct identifier is kept once, for the life of the process, as a constant string. A
-// process meets a handful of identifiers.
-CFStringRef InternedIdentifier(const std::string& identifier) {
-  static std::mutex mutex;
-  static auto* table = new std::unordered_map<std::string, CFStringRef>();
-  std::lock_guard<std::mutex> lock(mutex);
-  auto found = table->find(identifier);
-  if (found != table->end()) return found->second;
-  std::u16string chars;
-  if (!zrp::DecodeUTF8(identifier.data(), identifier.size(), &chars)) chars.clear();
-  // Like a literal, the interned text is part of the program and bypasses the allocation seam.
-  auto* string = new __CFString(std::move(chars), false);
-  string->makeImmortal();
-  table->emplace(identifier, string);
-  return string;
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -70,7 +46,8 @@ CFLocaleRef CFLocaleCreateCopy(CFAllocatorRef, CFLocaleRef locale) {
 
 CFLocaleIdentifier CFLocaleGetIdentifier(CFLocaleRef locale) {
   if (!locale) return nullptr;
-  return InternedIdentifier(locale->identifier);
+  // A locale holds only its ICU identifier; the string lent is the process's one string of it.
+  return zrp::InternedString(locale->identifier);
 }
 
 CFLocaleIdentifier CFLocaleCreateCanonicalLocaleIdentifierFromString(CFAllocatorRef, CFStringRef localeIdentifier) {

@@ -1,14 +1,13 @@
 // CFString.cpp: the string object itself: constant strings, creation from UTF-16,
 // copies, substrings, character access, and the editing operations of mutable strings.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 using zrp::CreateMutableString;
@@ -37,7 +36,7 @@ CFMutableStringRef CreateMutableString(std::u16string chars) { return New<__CFSt
 
 CFMutableStringRef CheckMutable(CFMutableStringRef string, const char* function) {
   if (string && !string->mutable_) {
-    std::fprintf(stderr, "%s: attempt to mutate immutable string %p\n", function, static_cast<const void*>(string));
+    ReportImmutable(function, "string", string);
     return nullptr;
   }
   return string;
@@ -54,26 +53,11 @@ bool DecodeUTF8(const char* bytes, size_t length, std::u16string* out) {
       ++p;
       continue;
     }
-    int extra;
     char32_t code;
-    char32_t minimum;
-    if ((c & 0xE0) == 0xC0) {
-      extra = 1, code = c & 0x1F, minimum = 0x80;
-    } else if ((c & 0xF0) == 0xE0) {
-      extra = 2, code = c & 0x0F, minimum = 0x800;
-    } else if ((c & 0xF8) == 0xF0) {
-      extra = 3, code = c & 0x07, minimum = 0x10000;
-    } else {
-      return false;
-    }
-    if (end - p <= extra) return false;
-    for (int i = 1; i <= extra; ++i) {
-      if ((p[i] & 0xC0) != 0x80) return false;
-      code = (code << 6) | (p[i] & 0x3F);
-    }
-    if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
+    size_t sequence = DecodeUTF8Sequence(p, static_cast<size_t>(end - p), &code);
+    if (sequence == 0) return false;
     AppendCodePoint(code, out);
-    p += extra + 1;
+    p += sequence;
   }
   return true;
 }
@@ -114,46 +98,31 @@ std::string ToUTF8(CFStringRef string) {
 
 }  // namespace zrp
 
-namespace {
+namespace zrp {
 
-std::mutex gConstantMutex;
-
-std::unordered_map<std::string, CFStringRef>& ConstantTable() {
+CFStringRef InternedString(std::string_view text) {
+  static std::mutex mutex;
+  // Never freed: the strings live as long as the process.
   static auto* table = new std::unordered_map<std::string, CFStringRef>();
-  return *table;
-}
-
-CFStringRef InternConstant(const char* cStr) {
-  std::lock_guard<std::mutex> lock(gConstantMutex);
-  auto& table = ConstantTable();
-  auto found = table.find(cStr);
-  if (found != table.end()) return found->second;
+  std::string key(text);
+  std::lock_guard<std::mutex> lock(mutex);
+  auto found = table->find(key);
+  if (found != table->end()) return found->second;
   std::u16string chars;
-  size_t length = std::strlen(cStr);
-  if (!zrp::DecodeUTF8(cStr, length, &chars)) {
-    // Literals that are not UTF-8 are read as ISO Latin 1 rather than lost.
+  if (!DecodeUTF8(text.data(), text.size(), &chars)) {
+    // Text that is not UTF-8 is read as ISO Latin 1 rather than lost.
     chars.clear();
-    for (size_t i = 0; i < length; ++i) chars.push_back(static_cast<unsigned char>(cStr[i]));
+    for (char c : text) chars.push_back(static_cast<unsigned char>(c));
   }
-  // Constant strings bypass the allocation seam: they are part of the program, not of a test.
+  // Interned strings bypass the allocation seam: like literals, they are part of the program,
+  // not of a test.
   auto* string = new __CFString(std::move(chars), false);
   string->makeImmortal();
-  table.emplace(cStr, string);
+  table->emplace(std::move(key), string);
   return string;
 }
 
-bool IsRangeValid(CFStringRef string, CFRange range) {
-  return range.location >= 0 && range.length >= 0 &&
-         static_cast<size_t>(range.location + range.length) <= string->chars.size();
-}
-
-void HaltOnRange(const char* function, CFRange range, CFStringRef string) {
-  std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; string length %zu\n", function, range.location,
-               range.length, string ? string->chars.size() : 0);
-  std::abort();
-}
-
-}  // namespace
+}  // namespace zrp
 
 extern "C" {
 
@@ -169,7 +138,7 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
   thread_local CacheEntry cache[64] = {};
   CacheEntry& entry = cache[(reinterpret_cast<uintptr_t>(cStr) >> 3) & 63];
   if (entry.literal == cStr) return entry.string;
-  CFStringRef string = InternConstant(cStr);
+  CFStringRef string = zrp::InternedString(cStr);
   entry = {cStr, string};
   return string;
 }
@@ -184,7 +153,7 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, C
 CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef str, CFRange range) {
   return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
     if (!str) return nullptr;
-    if (!IsRangeValid(str, range)) HaltOnRange("CFStringCreateWithSubstring", range, str);
+    zrp::CheckRange("CFStringCreateWithSubstring", str, range);
     return CreateString(str->chars.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length)));
   });
 }
@@ -217,12 +186,12 @@ CFIndex CFStringGetLength(CFStringRef theString) { return static_cast<CFIndex>(t
 
 UniChar CFStringGetCharacterAtIndex(CFStringRef theString, CFIndex idx) {
   if (idx < 0 || static_cast<size_t>(idx) >= theString->chars.size())
-    HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), theString);
+    zrp::HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), "string length", theString->chars.size());
   return theString->chars[static_cast<size_t>(idx)];
 }
 
 void CFStringGetCharacters(CFStringRef theString, CFRange range, UniChar* buffer) {
-  if (!IsRangeValid(theString, range)) HaltOnRange("CFStringGetCharacters", range, theString);
+  zrp::CheckRange("CFStringGetCharacters", theString, range);
   if (range.length > 0)
     std::memcpy(buffer, theString->chars.data() + range.location, static_cast<size_t>(range.length) * sizeof(UniChar));
 }
@@ -262,8 +231,7 @@ void CFStringAppendCharacters(CFMutableStringRef theString, const UniChar* chars
 void CFStringInsert(CFMutableStringRef str, CFIndex idx, CFStringRef insertedStr) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(str, "CFStringInsert") || !insertedStr) return;
-    if (idx < 0 || static_cast<size_t>(idx) > str->chars.size())
-      HaltOnRange("CFStringInsert", CFRangeMake(idx, 0), str);
+    zrp::CheckRange("CFStringInsert", str, CFRangeMake(idx, 0));
     std::u16string inserted = insertedStr->chars;
     str->chars.insert(static_cast<size_t>(idx), inserted);
   });
@@ -272,7 +240,7 @@ void CFStringInsert(CFMutableStringRef str, CFIndex idx, CFStringRef insertedStr
 void CFStringDelete(CFMutableStringRef theString, CFRange range) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringDelete")) return;
-    if (!IsRangeValid(theString, range)) HaltOnRange("CFStringDelete", range, theString);
+    zrp::CheckRange("CFStringDelete", theString, range);
     theString->chars.erase(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
   });
 }
@@ -280,7 +248,7 @@ void CFStringDelete(CFMutableStringRef theString, CFRange range) {
 void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringReplace") || !replacement) return;
-    if (!IsRangeValid(theString, range)) HaltOnRange("CFStringReplace", range, theString);
+    zrp::CheckRange("CFStringReplace", theString, range);
     std::u16string text = replacement->chars;
     theString->chars.replace(static_cast<size_t>(range.location), static_cast<size_t>(range.length), text);
   });

@@ -8,31 +8,16 @@
 #include <unicode/utf16.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "CFString/CompareImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 namespace zrp::compare {
-
-[[noreturn]] void Halt(const char* function, const char* what) {
-  std::fprintf(stderr, "%s: %s\n", function, what);
-  std::abort();
-}
-
-void CheckRange(const char* function, CFStringRef string, CFRange range) {
-  if (range.location < 0 || range.length < 0 ||
-      static_cast<size_t>(range.location + range.length) > string->chars.size()) {
-    std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; string length %zu\n", function, range.location,
-                 range.length, string->chars.size());
-    std::abort();
-  }
-}
 
 namespace {
 
@@ -43,8 +28,6 @@ inline char32_t CodePointOrderKey(char16_t unit) {
   return unit;
 }
 
-inline bool IsAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-
 // Compares two texts unit by unit (in code point order when asked), runs of ASCII digits as
 // the numbers they write when numeric is set; each unit passes through map first. Returns
 // -1, 0 or 1.
@@ -53,11 +36,11 @@ int CompareTexts(std::u16string_view a, std::u16string_view b, bool numeric, boo
   size_t i = 0;
   size_t j = 0;
   while (i < a.size() && j < b.size()) {
-    if (numeric && IsAsciiDigit(a[i]) && IsAsciiDigit(b[j])) {
+    if (numeric && zrp::IsAsciiDigit(a[i]) && zrp::IsAsciiDigit(b[j])) {
       size_t startA = i;
       size_t startB = j;
-      while (i < a.size() && IsAsciiDigit(a[i])) ++i;
-      while (j < b.size() && IsAsciiDigit(b[j])) ++j;
+      while (i < a.size() && zrp::IsAsciiDigit(a[i])) ++i;
+      while (j < b.size() && zrp::IsAsciiDigit(b[j])) ++j;
       // Leading zeros do not change a number: skip them, keeping one digit.
       while (startA + 1 < i && a[startA] == u'0') ++startA;
       while (startB + 1 < j && b[startB] == u'0') ++startB;
@@ -238,8 +221,8 @@ int CompareUnderOptions(CFStringRef string1, CFStringRef string2, std::u16string
 
 CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange range, CFStringCompareFlags options,
                            CFLocaleRef locale, bool currentLocale) {
-  if (!string1 || !string2) Halt("CFStringCompare", "NULL string");
-  CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
+  if (!string1 || !string2) zrp::HaltWith("CFStringCompare", "NULL string");
+  zrp::CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
   std::u16string_view a = Slice(string1, range);
   std::u16string_view b = zrp::View(string2);
   // Folding and collation build texts and keys aside; when there is no memory for them, the
@@ -272,7 +255,7 @@ CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRe
 
 CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2,
                                    CFStringCompareFlags compareOptions) {
-  if (!theString1 || !theString2) Halt("CFStringCompare", "NULL string");
+  if (!theString1 || !theString2) zrp::HaltWith("CFStringCompare", "NULL string");
   return Compare(theString1, theString2, CFRangeMake(0, static_cast<CFIndex>(theString1->chars.size())), compareOptions,
                  nullptr, true);
 }

@@ -2,8 +2,6 @@
 // characters an encoding cannot represent, C strings copied out and lent by constant strings.
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -257,12 +255,6 @@ CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool e
   return converted;
 }
 
-[[noreturn]] void HaltOnRange(const char* function, CFRange range, CFStringRef string) {
-  std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; string length %zu\n", function, range.location,
-               range.length, string->chars.size());
-  std::abort();
-}
-
 // The C strings handed out for constant strings: they live as long as the constants.
 std::mutex gCStringPtrMutex;
 std::map<std::pair<CFStringRef, CFStringEncoding>, std::string>& CStringPtrTable() {
@@ -275,9 +267,7 @@ extern "C" {
 
 CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
                          Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen) {
-  if (range.location < 0 || range.length < 0 ||
-      static_cast<size_t>(range.location + range.length) > theString->chars.size())
-    HaltOnRange("CFStringGetBytes", range, theString);
+  zrp::CheckRange("CFStringGetBytes", theString, range);
   std::u16string_view chars =
       zrp::View(theString).substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
   return EncodeRange(chars, KindOf(encoding), lossByte, isExternalRepresentation, buffer, maxBufLen, usedBufLen);

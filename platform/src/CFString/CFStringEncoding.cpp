@@ -13,6 +13,7 @@
 #include "CFString/AsciiText.h"
 #include "CFString/EncodingImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 namespace zrp::encoding {
@@ -54,13 +55,6 @@ namespace {
 
 using namespace zrp::encoding;
 
-int HexValue(unsigned char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 // Non-lossy ASCII: ASCII stands for itself, a backslash is doubled, characters up to 0xFF
 // are written "\ooo" (three octal digits) and all others "\uxxxx" (UTF-16 units).
 bool DecodeNonLossyASCII(const UInt8* p, size_t n, std::u16string* out) {
@@ -82,7 +76,7 @@ bool DecodeNonLossyASCII(const UInt8* p, size_t n, std::u16string* out) {
       if (i + 6 > n) return false;
       int value = 0;
       for (size_t k = i + 2; k < i + 6; ++k) {
-        int digit = HexValue(p[k]);
+        int digit = zrp::HexDigitValue(p[k]);
         if (digit < 0) return false;
         value = value * 16 + digit;
       }

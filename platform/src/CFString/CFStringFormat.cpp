@@ -16,6 +16,7 @@
 
 #include "CFString/FormatImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 namespace zrp::format {
@@ -164,49 +165,20 @@ void AppendFloating(std::u16string* out, const Spec& spec, int width, int precis
   uselocale(previous);
 }
 
-// The length of the well-formed UTF-8 sequence at p (at most n bytes), or 0 when there is none:
-// no overlong forms, no surrogates, nothing beyond U+10FFFF.
-size_t UTF8SequenceLength(const unsigned char* p, size_t n) {
-  unsigned char c = p[0];
-  size_t length;
-  char32_t code;
-  char32_t minimum;
-  if (c < 0x80) return 1;
-  if ((c & 0xE0) == 0xC0) {
-    length = 2, code = c & 0x1F, minimum = 0x80;
-  } else if ((c & 0xF0) == 0xE0) {
-    length = 3, code = c & 0x0F, minimum = 0x800;
-  } else if ((c & 0xF8) == 0xF0) {
-    length = 4, code = c & 0x07, minimum = 0x10000;
-  } else {
-    return 0;
-  }
-  if (n < length) return 0;
-  for (size_t k = 1; k < length; ++k) {
-    if ((p[k] & 0xC0) != 0x80) return 0;
-    code = (code << 6) | (p[k] & 0x3F);
-  }
-  if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return 0;
-  return length;
-}
-
 // A C string in the system encoding, UTF-8; a byte that does not belong to a well-formed UTF-8
 // sequence is read as ISO Latin 1, so that text in the older 8-bit encoding still prints.
 void AppendCString(std::u16string* out, const char* bytes, size_t length) {
   const auto* p = reinterpret_cast<const unsigned char*>(bytes);
   size_t i = 0;
   while (i < length) {
-    size_t sequence = UTF8SequenceLength(p + i, length - i);
+    char32_t code;
+    size_t sequence = zrp::DecodeUTF8Sequence(p + i, length - i, &code);
     if (sequence == 0) {
       out->push_back(p[i]);
       ++i;
       continue;
     }
-    if (sequence == 1) {
-      out->push_back(p[i]);
-    } else {
-      zrp::DecodeUTF8(bytes + i, sequence, out);
-    }
+    zrp::AppendCodePoint(code, out);
     i += sequence;
   }
 }

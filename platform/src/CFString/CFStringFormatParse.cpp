@@ -4,18 +4,17 @@
 #include <string_view>
 
 #include "CFString/FormatImpl.h"
+#include "runtime/Characters.h"
 
 namespace zrp::format {
 
 namespace {
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-
 // Reads a decimal number; returns -1 when none is there. Large values are clamped.
 int ReadNumber(std::u16string_view text, size_t* i) {
-  if (*i >= text.size() || !IsDigit(text[*i])) return -1;
+  if (*i >= text.size() || !zrp::IsAsciiDigit(text[*i])) return -1;
   long value = 0;
-  while (*i < text.size() && IsDigit(text[*i])) {
+  while (*i < text.size() && zrp::IsAsciiDigit(text[*i])) {
     value = value * 10 + (text[*i] - u'0');
     if (value > 1 << 20) value = 1 << 20;
     ++*i;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 #include "runtime/NoThrow.h"
 
 namespace {
@@ -21,7 +22,6 @@ size_t SkipSpace(std::u16string_view text, size_t i) {
   return i;
 }
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 }  // namespace
 
 extern "C" {
@@ -32,9 +32,9 @@ SInt32 CFStringGetIntValue(CFStringRef str) {
   size_t i = SkipSpace(text, 0);
   bool negative = false;
   if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) negative = text[i++] == u'-';
-  if (i >= text.size() || !IsDigit(text[i])) return 0;
+  if (i >= text.size() || !zrp::IsAsciiDigit(text[i])) return 0;
   long long value = 0;
-  for (; i < text.size() && IsDigit(text[i]); ++i) {
+  for (; i < text.size() && zrp::IsAsciiDigit(text[i]); ++i) {
     value = value * 10 + (text[i] - u'0');
     if (value > static_cast<long long>(INT_MAX) + 1) return negative ? INT_MIN : INT_MAX;
   }
@@ -53,19 +53,19 @@ double CFStringGetDoubleValue(CFStringRef str) {
     if (i < text.size() && text[i] == u'-') number.push_back('-');
     if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) ++i;
     size_t digits = 0;
-    while (i < text.size() && IsDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
+    while (i < text.size() && zrp::IsAsciiDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
     if (i < text.size() && text[i] == u'.') {
       number.push_back('.');
       ++i;
-      while (i < text.size() && IsDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
+      while (i < text.size() && zrp::IsAsciiDigit(text[i])) number.push_back(static_cast<char>(text[i++])), ++digits;
     }
     if (digits == 0) return 0.0;
     if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
       size_t j = i + 1;
       std::string exponent = "e";
       if (j < text.size() && (text[j] == u'+' || text[j] == u'-')) exponent.push_back(static_cast<char>(text[j++]));
-      if (j < text.size() && IsDigit(text[j])) {
-        while (j < text.size() && IsDigit(text[j])) exponent.push_back(static_cast<char>(text[j++]));
+      if (j < text.size() && zrp::IsAsciiDigit(text[j])) {
+        while (j < text.size() && zrp::IsAsciiDigit(text[j])) exponent.push_back(static_cast<char>(text[j++]));
         number += exponent;
       }
     }

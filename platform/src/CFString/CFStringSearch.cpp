@@ -107,8 +107,8 @@ extern "C" {
 Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
                                 CFStringCompareFlags searchOptions, CFRange* result) {
   return zrp::CatchOutOfMemory<Boolean>(false, [&]() -> Boolean {
-    if (!theString || !stringToFind) Halt("CFStringFindWithOptions", "NULL string");
-    CheckRange("CFStringFindWithOptions", theString, rangeToSearch);
+    if (!theString || !stringToFind) zrp::HaltWith("CFStringFindWithOptions", "NULL string");
+    zrp::CheckRange("CFStringFindWithOptions", theString, rangeToSearch);
     std::u16string needle = stringToFind->chars;
     Searcher searcher(Slice(theString, rangeToSearch), needle, searchOptions);
     size_t length = static_cast<size_t>(rangeToSearch.length);
@@ -125,7 +125,7 @@ Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind,
 
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions) {
   CFRange result;
-  if (!theString) Halt("CFStringFind", "NULL string");
+  if (!theString) zrp::HaltWith("CFStringFind", "NULL string");
   if (CFStringFindWithOptions(theString, stringToFind, CFRangeMake(0, static_cast<CFIndex>(theString->chars.size())),
                               compareOptions, &result))
     return result;
@@ -136,8 +136,8 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringT
                                CFRange rangeToSearch, CFStringCompareFlags compareOptions) {
   return zrp::CatchOutOfMemory<CFIndex>(0, [&]() -> CFIndex {
     if (!zrp::CheckMutable(theString, "CFStringFindAndReplace")) return 0;
-    if (!theString || !stringToFind || !replacementString) Halt("CFStringFindAndReplace", "NULL string");
-    CheckRange("CFStringFindAndReplace", theString, rangeToSearch);
+    if (!theString || !stringToFind || !replacementString) zrp::HaltWith("CFStringFindAndReplace", "NULL string");
+    zrp::CheckRange("CFStringFindAndReplace", theString, rangeToSearch);
     // Copies: either argument may be the very string being changed.
     std::u16string needle = stringToFind->chars;
     std::u16string replacement = replacementString->chars;

@@ -18,13 +18,6 @@ namespace zrp::compare {
 constexpr CFStringCompareFlags kFoldingOptions =
     kCFCompareCaseInsensitive | kCFCompareNonliteral | kCFCompareDiacriticInsensitive | kCFCompareWidthInsensitive;
 
-// Writes "function: what" to standard error and stops the program, as the platform does when a
-// string function is handed NULL.
-[[noreturn]] void Halt(const char* function, const char* what);
-
-// Stops the program when range does not lie within string.
-void CheckRange(const char* function, CFStringRef string, CFRange range);
-
 inline std::u16string_view Slice(CFStringRef string, CFRange range) {
   return zrp::View(string).substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
 }

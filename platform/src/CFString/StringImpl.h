@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "runtime/Checks.h"
 #include "runtime/Object.h"
 
 namespace zrp {
@@ -56,10 +57,19 @@ namespace zrp {
 
 // New strings through the allocation seam; NULL when the allocation fails.
 CFStringRef CreateString(std::u16string chars);
+// The one string of this text for the life of the process, as a literal is (CFSTR): never
+// freed, retains and releases do nothing, made without the allocation seam. Text that is not
+// UTF-8 is read as ISO Latin 1.
+CFStringRef InternedString(std::string_view text);
 CFMutableStringRef CreateMutableString(std::u16string chars);
 
 inline const std::u16string& Chars(CFStringRef string) { return string->chars; }
 inline std::u16string_view View(CFStringRef string) { return string->chars; }
+
+// Halts, as the platform does, unless the range lies within the string.
+inline void CheckRange(const char* function, CFStringRef string, CFRange range) {
+  RequireRange(function, range, "string length", string->chars.size());
+}
 
 // Returns the mutable string, or NULL (with a message on standard error, as the platform
 // does) when the string is not mutable.

@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -24,6 +23,7 @@
 
 #include "CFString/StringImpl.h"
 #include "Keyboard/KeyCodes.h"
+#include "runtime/Files.h"
 
 // A compiled or presented layout. References stay valid for the life of the process.
 struct OpaqueKeyboardLayoutRef {
@@ -52,15 +52,6 @@ std::string Unquote(std::string value) {
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
     value = value.substr(1, value.size() - 2);
   return value;
-}
-
-bool ReadFile(const std::string& path, std::string* text) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return false;
-  std::ostringstream buffer;
-  buffer << file.rdbuf();
-  *text = buffer.str();
-  return true;
 }
 
 struct ConfigurationFiles {
@@ -115,11 +106,11 @@ LayoutNames SystemLayoutNames() {
 
   LayoutNames names;
   std::string text;
-  bool found =
-      defaultStamp.exists && ReadFile(system.files.defaultKeyboard, &text) && ParseDefaultKeyboard(text, &names);
+  bool found = defaultStamp.exists && zrp::ReadWholeFile(system.files.defaultKeyboard, &text) &&
+               ParseDefaultKeyboard(text, &names);
   if (!found) {
     names = LayoutNames();
-    found = xorgStamp.exists && ReadFile(system.files.xorgKeyboard, &text) && ParseXorgKeyboard(text, &names);
+    found = xorgStamp.exists && zrp::ReadWholeFile(system.files.xorgKeyboard, &text) && ParseXorgKeyboard(text, &names);
   }
   if (!found) {
     names = LayoutNames();
@@ -492,7 +483,7 @@ Registry& TheRegistry() {
 }
 
 void Finish(OpaqueKeyboardLayoutRef* layout) {
-  layout->nameString = __CFStringMakeConstantString(layout->name.c_str());
+  layout->nameString = zrp::InternedString(layout->name);
   if (layout->hasKCHR) layout->kchrMaster = reinterpret_cast<Ptr>(layout->kchr.data());
   if (layout->hasUchr) layout->uchrMaster = reinterpret_cast<Ptr>(layout->uchr.data());
 }

@@ -11,12 +11,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <new>
 #include <sstream>
 
 #include "CFBundle/BundleImpl.h"
 #include "Processes/ProcessTable.h"
+#include "runtime/Files.h"
 
 namespace zrp {
 namespace {
@@ -24,22 +24,13 @@ namespace {
 // The kernel marks its own threads with this flag in the stat line's flags field.
 constexpr unsigned long kKernelThreadFlag = 0x00200000;
 
-bool ReadFile(const std::string& path, std::string* text) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return false;
-  std::ostringstream stream;
-  stream << file.rdbuf();
-  *text = stream.str();
-  return true;
-}
-
 }  // namespace
 
 bool ReadProcess(pid_t pid, ProcessEntry* entry) {
   if (pid <= 0) return false;
   std::string base = "/proc/" + std::to_string(pid);
   std::string stat;
-  if (!ReadFile(base + "/stat", &stat)) return false;
+  if (!zrp::ReadWholeFile(base + "/stat", &stat)) return false;
   // "pid (comm) state ppid ...": the name may hold blanks and parentheses, so it ends at the last ")".
   size_t open = stat.find('(');
   size_t close = stat.rfind(')');

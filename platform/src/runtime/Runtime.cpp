@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/Checks.h"
 #include "runtime/NoThrow.h"
 #include "runtime/Object.h"
 #include "runtime/Seams.h"
@@ -75,6 +76,21 @@ const char* TypeName(CFTypeID typeID) {
 [[noreturn]] void Halt(const char* what) {
   std::fprintf(stderr, "%s called with NULL\n", what);
   std::abort();
+}
+
+[[noreturn]] void HaltOnRange(const char* function, CFRange range, const char* measure, size_t count) {
+  std::fprintf(stderr, "%s: range {%ld, %ld} out of bounds; %s %zu\n", function, range.location, range.length, measure,
+               count);
+  std::abort();
+}
+
+[[noreturn]] void HaltWith(const char* function, const char* what) {
+  std::fprintf(stderr, "%s: %s\n", function, what);
+  std::abort();
+}
+
+void ReportImmutable(const char* function, const char* kind, const void* object) {
+  std::fprintf(stderr, "%s: attempt to mutate immutable %s %p\n", function, kind, object);
 }
 
 namespace {
