@@ -15,6 +15,7 @@
 #include "CFNumber/NumberImpl.h"
 #include "CFString/StringImpl.h"
 #include "runtime/Object.h"
+#include "runtime/Unaligned.h"
 
 namespace {
 
@@ -71,14 +72,6 @@ std::string FormatFloatingPoint(double value, bool single) {
     out += digits.substr(0, static_cast<size_t>(exponent) + 1) + "." + digits.substr(static_cast<size_t>(exponent) + 1);
   }
   return out;
-}
-
-// The value of type T that the caller's pointer points to, which need not be aligned for T.
-template <class T>
-T Load(const void* pointer) {
-  T value;
-  std::memcpy(&value, pointer, sizeof value);
-  return value;
 }
 
 CFStringRef CreateASCIIString(const std::string& text) {
@@ -369,27 +362,27 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* val
   switch (theType) {
     case kCFNumberSInt8Type:
     case kCFNumberCharType:
-      integer = Load<int8_t>(valuePtr);
+      integer = zrp::LoadUnaligned<int8_t>(valuePtr);
       break;
     case kCFNumberSInt16Type:
     case kCFNumberShortType:
-      integer = Load<int16_t>(valuePtr);
+      integer = zrp::LoadUnaligned<int16_t>(valuePtr);
       break;
     case kCFNumberSInt32Type:
     case kCFNumberIntType:
-      integer = Load<int32_t>(valuePtr);
+      integer = zrp::LoadUnaligned<int32_t>(valuePtr);
       break;
     case kCFNumberFloat32Type:
     case kCFNumberFloatType:
-      real = Load<float>(valuePtr);
+      real = zrp::LoadUnaligned<float>(valuePtr);
       break;
     case kCFNumberFloat64Type:
     case kCFNumberDoubleType:
     case kCFNumberCGFloatType:
-      real = Load<double>(valuePtr);
+      real = zrp::LoadUnaligned<double>(valuePtr);
       break;
     default:  // the 64-bit integer types
-      integer = Load<int64_t>(valuePtr);
+      integer = zrp::LoadUnaligned<int64_t>(valuePtr);
       break;
   }
   if (canonical == kCFNumberFloat32Type || canonical == kCFNumberFloat64Type) {

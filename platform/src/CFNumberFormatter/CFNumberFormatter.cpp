@@ -13,6 +13,7 @@
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
 #include "runtime/NoThrow.h"
+#include "runtime/Unaligned.h"
 
 namespace {
 
@@ -213,13 +214,6 @@ CFStringRef CreateWithDouble(CFNumberFormatterRef formatter, double value) {
   });
 }
 
-template <class T>
-T Load(const void* valuePtr) {
-  T value;
-  std::memcpy(&value, valuePtr, sizeof value);
-  return value;
-}
-
 }  // namespace
 
 extern "C" {
@@ -296,26 +290,26 @@ CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberForma
     switch (numberType) {
       case kCFNumberSInt8Type:
       case kCFNumberCharType:
-        return CreateWithInteger(formatter, Load<int8_t>(valuePtr));
+        return CreateWithInteger(formatter, zrp::LoadUnaligned<int8_t>(valuePtr));
       case kCFNumberSInt16Type:
       case kCFNumberShortType:
-        return CreateWithInteger(formatter, Load<int16_t>(valuePtr));
+        return CreateWithInteger(formatter, zrp::LoadUnaligned<int16_t>(valuePtr));
       case kCFNumberSInt32Type:
       case kCFNumberIntType:
-        return CreateWithInteger(formatter, Load<int32_t>(valuePtr));
+        return CreateWithInteger(formatter, zrp::LoadUnaligned<int32_t>(valuePtr));
       case kCFNumberSInt64Type:
       case kCFNumberLongType:
       case kCFNumberLongLongType:
       case kCFNumberCFIndexType:
       case kCFNumberNSIntegerType:
-        return CreateWithInteger(formatter, Load<int64_t>(valuePtr));
+        return CreateWithInteger(formatter, zrp::LoadUnaligned<int64_t>(valuePtr));
       case kCFNumberFloat32Type:
       case kCFNumberFloatType:
-        return CreateWithDouble(formatter, Load<float>(valuePtr));
+        return CreateWithDouble(formatter, zrp::LoadUnaligned<float>(valuePtr));
       case kCFNumberFloat64Type:
       case kCFNumberDoubleType:
       case kCFNumberCGFloatType:
-        return CreateWithDouble(formatter, Load<double>(valuePtr));
+        return CreateWithDouble(formatter, zrp::LoadUnaligned<double>(valuePtr));
       default:
         return nullptr;
     }

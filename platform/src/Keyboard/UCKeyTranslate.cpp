@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+#include "runtime/Unaligned.h"
+
 namespace {
 
 constexpr UInt16 kNoOutput1 = 0xFFFE;
@@ -37,9 +39,7 @@ struct Translator {
     if (end < begin || (end - begin) % 2 != 0) return false;
     const auto* units = reinterpret_cast<const UInt8*>(sequences) + begin;
     for (UInt16 at = 0; at < end - begin; at += 2) {
-      UniChar unit;
-      memcpy(&unit, units + at, sizeof(unit));
-      output->push_back(unit);
+      output->push_back(zrp::LoadUnaligned<UniChar>(units + at));
     }
     return true;
   }
@@ -68,16 +68,14 @@ struct Translator {
     const UInt8* data = reinterpret_cast<const UInt8*>(record->stateEntryData);
     for (UInt16 i = 0; i < record->stateEntryCount; ++i) {
       if (record->stateEntryFormat == kUCKeyStateEntryTerminalFormat) {
-        UCKeyStateEntryTerminal entry;
-        memcpy(&entry, data + i * sizeof(entry), sizeof(entry));
+        auto entry = zrp::LoadUnaligned<UCKeyStateEntryTerminal>(data + i * sizeof(UCKeyStateEntryTerminal));
         if (entry.curState != state) continue;
         *characters = entry.charData;
         *next = 0;
         return true;
       }
       if (record->stateEntryFormat == kUCKeyStateEntryRangeFormat) {
-        UCKeyStateEntryRange entry;
-        memcpy(&entry, data + i * sizeof(entry), sizeof(entry));
+        auto entry = zrp::LoadUnaligned<UCKeyStateEntryRange>(data + i * sizeof(UCKeyStateEntryRange));
         if (state < entry.curStateStart || state > static_cast<UInt32>(entry.curStateStart) + entry.curStateRange)
           continue;
         UInt32 delta = (state - entry.curStateStart) * entry.deltaMultiplier;
