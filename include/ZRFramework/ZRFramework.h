@@ -266,6 +266,21 @@ ZR_EXPORT CFDictionaryRef ZRCopyDictionaryRefOfPreferencesKey(CFStringRef inKeyS
 // A dictionary from another application's domain; the identifier is passed on unchecked.
 ZR_EXPORT CFDictionaryRef ZRCopyDictionaryRefOfExternalPreferencesKey(CFStringRef inKeyStringRef,
                                                                       CFStringRef inApplicationStringRef);
+// A colour of exactly 4 components (red, green, blue, alpha) stored as an array of four float
+// numbers in that order; a NULL colour or key, or a colour of another count, stores nothing.
+ZR_EXPORT void ZRSetRGBColorRefOfPreferencesKey(CGColorRef inColorRef, CFStringRef inKeyStringRef);
+// A new device RGB colour from a stored array of exactly four numbers read as floats; NULL for
+// anything else (another count, an element that does not read as a float).
+ZR_EXPORT CGColorRef ZRCopyRGBColorRefOfPreferencesKey(CFStringRef inKeyStringRef);
+// The object's keyed archive (ns::archivedDataWithRootObject) stored as data, within a pool of
+// the call's own; nothing for a nil object or NULL key, or an object that cannot be archived.
+ZR_EXPORT void ZRSetArchivedObjectOfPreferencesKey(id inObject, CFStringRef inKeyStringRef);
+// The object unarchived from stored data, autoreleased (the caller needs a pool and does not own
+// it); nil for a missing value, a value that is no data, or data that is no keyed archive.
+ZR_EXPORT id ZRGetArchivedObjectOfPreferencesKey(CFStringRef inKeyStringRef);
+// A new mutable copy of an archived array (the caller owns it; it holds the same elements);
+// NULL when the key holds no archive of an array.
+ZR_EXPORT CFMutableArrayRef ZRCopyArchivedMutableArrayRefOfPreferencesKey(CFStringRef inKeyStringRef);
 
 // ---------------------------------------------------------------------------------------------
 // Preferences: the application's preference keys and defaults

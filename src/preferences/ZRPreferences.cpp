@@ -1,7 +1,7 @@
 // ZRPreferences.cpp: typed reading and writing of the running application's preferences, one key
-// at a time, and reading keys of another application's domain. No status and no ERROR line: a
-// NULL key, a missing value or a value of another type gives the default (or NULL), and a setter
-// that cannot store does nothing.
+// at a time (RGB colours as arrays of four floats, objects as keyed archives), and reading keys of
+// another application's domain. No status and no ERROR line: a NULL key, a missing value or a
+// value of another type gives the default (or NULL), and a setter that cannot store does nothing.
 #include "diagnostics/Frame.h"
 
 namespace {
@@ -139,6 +139,93 @@ CFDictionaryRef ZRCopyDictionaryRefOfExternalPreferencesKey(CFStringRef inKeyStr
                                                             CFStringRef inApplicationStringRef) {
   // The application identifier is handed on unchecked, as the platform call takes it.
   return static_cast<CFDictionaryRef>(CopyValueOfType(inKeyStringRef, inApplicationStringRef, CFDictionaryGetTypeID()));
+}
+
+void ZRSetRGBColorRefOfPreferencesKey(CGColorRef inColorRef, CFStringRef inKeyStringRef) {
+  if (inColorRef == NULL) return;
+  // Only three colour components and alpha are stored: a gray colour is not.
+  if (CGColorGetNumberOfComponents(inColorRef) != 4) return;
+  if (inKeyStringRef == NULL) return;
+  const CGFloat* components = CGColorGetComponents(inColorRef);
+  if (components == NULL) return;
+  CFNumberRef numberRefs[4] = {NULL, NULL, NULL, NULL};
+  CFArrayRef arrayRef = NULL;
+  ZR_CLEANUP {
+    ZRDestroyArrayRef(&arrayRef);
+    for (CFNumberRef& numberRef : numberRefs) ZRDestroyNumberRef(&numberRef);
+  };
+  for (int index = 0; index < 4; index++) {
+    // Stored as 32-bit floats, red, green, blue and alpha, whatever the width of CGFloat.
+    float component = static_cast<float>(components[index]);
+    numberRefs[index] = CFNumberCreate(kCFAllocatorDefault, kCFNumberFloatType, &component);
+    if (numberRefs[index] == NULL) return;
+  }
+  arrayRef = CFArrayCreate(kCFAllocatorDefault, reinterpret_cast<const void**>(numberRefs), 4, &kCFTypeArrayCallBacks);
+  if (arrayRef == NULL) return;
+  CFPreferencesSetAppValue(inKeyStringRef, arrayRef, kCFPreferencesCurrentApplication);
+}
+
+CGColorRef ZRCopyRGBColorRefOfPreferencesKey(CFStringRef inKeyStringRef) {
+  CFArrayRef arrayRef =
+      static_cast<CFArrayRef>(CopyValueOfType(inKeyStringRef, kCFPreferencesCurrentApplication, CFArrayGetTypeID()));
+  CGColorSpaceRef colorSpaceRef = NULL;
+  ZR_CLEANUP {
+    ZRDestroyColorSpaceRef(&colorSpaceRef);
+    ZRDestroyArrayRef(&arrayRef);
+  };
+  if (arrayRef == NULL) return NULL;
+  if (CFArrayGetCount(arrayRef) != 4) return NULL;
+  CGFloat components[4];
+  for (CFIndex index = 0; index < 4; index++) {
+    CFTypeRef elementRef = CFArrayGetValueAtIndex(arrayRef, index);
+    // An element that is no number cannot be read as a float: the read fails, as for a number
+    // that gives no float.
+    float component = 0;
+    if (CFGetTypeID(elementRef) != CFNumberGetTypeID() ||
+        !CFNumberGetValue(static_cast<CFNumberRef>(elementRef), kCFNumberFloatType, &component))
+      return NULL;
+    components[index] = component;
+  }
+  colorSpaceRef = CGColorSpaceCreateDeviceRGB();
+  if (colorSpaceRef == NULL) return NULL;
+  return CGColorCreate(colorSpaceRef, components);
+}
+
+void ZRSetArchivedObjectOfPreferencesKey(id inObject, CFStringRef inKeyStringRef) {
+  // A pool of the call's own takes the archive away again; the domain keeps its own reference.
+  // Without memory for the pool nothing is stored.
+  zr::internal::CatchOutOfMemory(false, [&] {
+    NSAutoreleasePool pool;
+    if (inObject == nil || inKeyStringRef == NULL) return false;
+    NSData* data = ns::archivedDataWithRootObject(inObject);
+    if (data == nil) return false;
+    CFPreferencesSetAppValue(inKeyStringRef, data, kCFPreferencesCurrentApplication);
+    return true;
+  });
+}
+
+id ZRGetArchivedObjectOfPreferencesKey(CFStringRef inKeyStringRef) {
+  CFDataRef dataRef =
+      static_cast<CFDataRef>(CopyValueOfType(inKeyStringRef, kCFPreferencesCurrentApplication, CFDataGetTypeID()));
+  ZR_CLEANUP { ZRDestroyDataRef(&dataRef); };
+  if (dataRef == NULL) return nil;
+  // Autoreleased into the caller's pool: the caller does not own it.
+  return ns::unarchiveObjectWithData(const_cast<NSData*>(dataRef));
+}
+
+CFMutableArrayRef ZRCopyArchivedMutableArrayRefOfPreferencesKey(CFStringRef inKeyStringRef) {
+  CFDataRef dataRef =
+      static_cast<CFDataRef>(CopyValueOfType(inKeyStringRef, kCFPreferencesCurrentApplication, CFDataGetTypeID()));
+  ZR_CLEANUP { ZRDestroyDataRef(&dataRef); };
+  if (dataRef == NULL) return NULL;
+  // The unarchived graph goes with the call's own pool; the copy keeps its elements. Without
+  // memory for the pool the answer is NULL.
+  return zr::internal::CatchOutOfMemory<CFMutableArrayRef>(NULL, [&]() -> CFMutableArrayRef {
+    NSAutoreleasePool pool;
+    id object = ns::unarchiveObjectWithData(const_cast<NSData*>(dataRef));
+    if (object == nil || !ns::isKindOfClass(object, objc_getClass("NSArray"))) return NULL;
+    return CFArrayCreateMutableCopy(kCFAllocatorDefault, 0, static_cast<CFArrayRef>(object));
+  });
 }
 
 }  // extern "C"

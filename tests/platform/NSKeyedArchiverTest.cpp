@@ -337,6 +337,41 @@ TEST_F(NSKeyedArchiverTest, FailedAllocationsGiveNilAndLeakNothing) {
   CFRelease(sample);
 }
 
+// Under a failed C++ allocation an archive is either refused or complete: an archive that lost an
+// entry would decode as another object.
+TEST_F(NSKeyedArchiverTest, FailedContainerGrowthGivesNilNeverAnIncompleteArchive) {
+  CFPropertyListRef sample = ReadXML(
+      "<array>\n<string>x</string>\n<dict>\n<key>k</key>\n<real>1.5</real>\n<key>l</key>\n<string>y</string>\n"
+      "</dict>\n</array>\n");
+  ASSERT_NE(sample, nullptr);
+  NSData* good = ns::archivedDataWithRootObject(const_cast<void*>(sample));
+  ASSERT_NE(good, nullptr);
+  bool complete = false;
+  for (long n = 1; n <= 400 && !complete; ++n) {
+    NSAutoreleasePool pool;
+    ZRTestingFailCxxAllocation(n);
+    NSData* archive = ns::archivedDataWithRootObject(const_cast<void*>(sample));
+    complete = ZRTestingCxxFailurePending();
+    ZRTestingFailCxxAllocation(0);
+    if (archive) {
+      id back = ns::unarchiveObjectWithData(archive);
+      EXPECT_TRUE(back && CFEqual(back, sample)) << "allocation " << n;
+    }
+  }
+  EXPECT_TRUE(complete);
+  complete = false;
+  for (long n = 1; n <= 400 && !complete; ++n) {
+    NSAutoreleasePool pool;
+    ZRTestingFailCxxAllocation(n);
+    id back = ns::unarchiveObjectWithData(good);
+    complete = ZRTestingCxxFailurePending();
+    ZRTestingFailCxxAllocation(0);
+    if (back) EXPECT_TRUE(CFEqual(back, sample)) << "allocation " << n;
+  }
+  EXPECT_TRUE(complete);
+  CFRelease(sample);
+}
+
 TEST_F(NSKeyedArchiverTest, PlistlibReadsTheArchivesThisHostWrites) {
   CFPropertyListRef sample = ReadXML(
       "<array>\n<string>t\xC3\xA9xt</string>\n<integer>-42</integer>\n<integer>18446744073709551615</integer>\n"

@@ -212,6 +212,9 @@ class BinaryReader {
         *isContainer = true;
         std::vector<CFHolder> keys;
         std::vector<CFHolder> values;
+        // Room first: a new object handed to a vector that then fails to grow would be lost.
+        keys.reserve(1);
+        values.reserve(1);
         keys.emplace_back(CreateString(u"CF$UID"));
         values.emplace_back(builder_.integer(static_cast<int64_t>(ReadBigEndian(p, size))));
         if (!keys[0] || !values[0]) return nullptr;

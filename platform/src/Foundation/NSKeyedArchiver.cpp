@@ -58,12 +58,25 @@ CFMutableDictionaryRef NewDictionary() {
   return CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
 }
 
-// Sets a value made for the purpose, and releases it; false when it could not be made.
+// CFArrayAppendValue and CFDictionarySetValue leave the collection as it was when they cannot get
+// memory; an archive missing an entry would decode as something else, so each one is checked.
+bool Append(CFMutableArrayRef array, CFTypeRef value) {
+  CFIndex count = CFArrayGetCount(array);
+  CFArrayAppendValue(array, value);
+  return CFArrayGetCount(array) == count + 1;
+}
+
+bool Put(CFMutableDictionaryRef dictionary, CFTypeRef key, CFTypeRef value) {
+  CFDictionarySetValue(dictionary, key, value);
+  return CFDictionaryGetValue(dictionary, key) == value;
+}
+
+// Sets a value made for the purpose, and releases it; false when it could not be made or set.
 bool SetNew(CFMutableDictionaryRef dictionary, CFStringRef key, CFTypeRef value) {
   if (!value) return false;
-  CFDictionarySetValue(dictionary, key, value);
+  bool set = Put(dictionary, key, value);
   CFRelease(value);
-  return true;
+  return set;
 }
 
 bool IsMutableKind(CFTypeRef object, const char* mutableClass) {
@@ -77,7 +90,7 @@ class Archiver {
   // The archive's property list, or NULL.
   CFTypeRef archive(CFTypeRef root) {
     if (!objects_.get()) return nullptr;
-    CFArrayAppendValue(objects(), CFSTR("$null"));
+    if (!Append(objects(), CFSTR("$null"))) return nullptr;
     int64_t rootIndex;
     if (!encode(root, 0, &rootIndex)) return nullptr;
     CFHolder top(NewDictionary());
@@ -89,19 +102,20 @@ class Archiver {
     int64_t version = kArchiveVersion;
     if (!SetNew(archiveDictionary, CFSTR("$version"), CFNumberCreate(nullptr, kCFNumberSInt64Type, &version)))
       return nullptr;
-    CFDictionarySetValue(archiveDictionary, CFSTR("$archiver"), CFSTR("NSKeyedArchiver"));
-    CFDictionarySetValue(archiveDictionary, CFSTR("$top"), top.get());
-    CFDictionarySetValue(archiveDictionary, CFSTR("$objects"), objects_.get());
+    if (!Put(archiveDictionary, CFSTR("$archiver"), CFSTR("NSKeyedArchiver")) ||
+        !Put(archiveDictionary, CFSTR("$top"), top.get()) || !Put(archiveDictionary, CFSTR("$objects"), objects_.get()))
+      return nullptr;
     return archive.release();
   }
 
  private:
   CFMutableArrayRef objects() const { return static_cast<CFMutableArrayRef>(const_cast<void*>(objects_.get())); }
 
+  // The index of a new entry in "$objects", -1 when there is no memory for it.
   int64_t reserve() {
     int64_t index = CFArrayGetCount(objects());
-    CFArrayAppendValue(objects(), kCFNull);  // replaced once the object is encoded
-    return index;
+    // Replaced once the object is encoded.
+    return Append(objects(), kCFNull) ? index : -1;
   }
 
   bool encode(CFTypeRef object, int depth, int64_t* index) {
@@ -120,6 +134,7 @@ class Archiver {
     bool mutableString = type == CFStringGetTypeID() && IsMutableKind(object, "NSMutableString");
     bool mutableData = type == CFDataGetTypeID() && IsMutableKind(object, "NSMutableData");
     *index = reserve();
+    if (*index < 0) return false;
     indexes_[object] = *index;
     if (!mutableString && !mutableData &&
         (type == CFStringGetTypeID() || type == CFNumberGetTypeID() || type == CFBooleanGetTypeID() ||
@@ -135,12 +150,12 @@ class Archiver {
     if (mutableString) {
       CFHolder copy(CFStringCreateCopy(nullptr, static_cast<CFStringRef>(object)));
       if (!copy) return false;
-      CFDictionarySetValue(dictionary, CFSTR("NS.string"), copy.get());
+      if (!Put(dictionary, CFSTR("NS.string"), copy.get())) return false;
       className = "NSMutableString";
     } else if (mutableData) {
       CFHolder copy(CFDataCreateCopy(nullptr, static_cast<CFDataRef>(object)));
       if (!copy) return false;
-      CFDictionarySetValue(dictionary, CFSTR("NS.data"), copy.get());
+      if (!Put(dictionary, CFSTR("NS.data"), copy.get())) return false;
       className = "NSMutableData";
     } else if (type == CFDateGetTypeID()) {
       double at = CFDateGetAbsoluteTime(static_cast<CFDateRef>(object));
@@ -203,13 +218,13 @@ class Archiver {
     for (Class cls = objc_getClass(name); cls; cls = class_getSuperclass(cls)) {
       CFHolder link(CFStringCreateWithCString(nullptr, class_getName(cls), kCFStringEncodingUTF8));
       if (!link) return false;
-      CFArrayAppendValue(static_cast<CFMutableArrayRef>(const_cast<void*>(chain.get())), link.get());
+      if (!Append(static_cast<CFMutableArrayRef>(const_cast<void*>(chain.get())), link.get())) return false;
     }
     auto dictionary = static_cast<CFMutableDictionaryRef>(const_cast<void*>(description.get()));
-    CFDictionarySetValue(dictionary, CFSTR("$classname"), className.get());
-    CFDictionarySetValue(dictionary, CFSTR("$classes"), chain.get());
+    if (!Put(dictionary, CFSTR("$classname"), className.get()) || !Put(dictionary, CFSTR("$classes"), chain.get()))
+      return false;
     *index = CFArrayGetCount(objects());
-    CFArrayAppendValue(objects(), dictionary);
+    if (!Append(objects(), dictionary)) return false;
     classes_[name] = *index;
     return true;
   }
@@ -267,8 +282,13 @@ class Unarchiver {
       if (name == "NSArray")
         return CFArrayCreate(nullptr, pointers.data(), static_cast<CFIndex>(pointers.size()), &kCFTypeArrayCallBacks);
       CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks);
-      if (array)
-        for (const void* item : pointers) CFArrayAppendValue(array, item);
+      if (!array) return nullptr;
+      for (const void* item : pointers) {
+        if (!Append(array, item)) {
+          CFRelease(array);
+          return nullptr;
+        }
+      }
       return array;
     }
     if (name == "NSDictionary" || name == "NSMutableDictionary") {
@@ -280,7 +300,12 @@ class Unarchiver {
         return nullptr;
       CFMutableDictionaryRef result = NewDictionary();
       if (!result) return nullptr;
-      for (size_t i = 0; i < keys.size(); ++i) CFDictionarySetValue(result, keys[i].get(), values[i].get());
+      for (size_t i = 0; i < keys.size(); ++i) {
+        if (!Put(result, keys[i].get(), values[i].get())) {
+          CFRelease(result);
+          return nullptr;
+        }
+      }
       if (name == "NSMutableDictionary") return result;
       CFDictionaryRef copy = CFDictionaryCreateCopy(nullptr, result);
       CFRelease(result);
