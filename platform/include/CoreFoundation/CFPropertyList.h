@@ -65,4 +65,16 @@ CF_EXPORT CFPropertyListRef CFPropertyListCreateWithStream(CFAllocatorRef alloca
                                                            CFIndex streamLength, CFOptionFlags options,
                                                            CFPropertyListFormat* format, CFErrorRef* error);
 
+// Write the property list to an open stream in the XML or binary form, as CFPropertyListCreateData
+// makes it, in as many pieces as the stream takes, and answer the count of bytes written. 0 on
+// failure: for a format or object that cannot be written (code 3852), a NULL stream, a stream that
+// is not open, took no bytes or failed (code kCFPropertyListWriteStreamError, with the stream's
+// own error under "NSUnderlyingError" when it has one); the newer call then puts a new error in
+// *error, the older a new string saying why in *errorString. The stream is left open; the options
+// are unused, as on the platform.
+CF_EXPORT CFIndex CFPropertyListWrite(CFPropertyListRef propertyList, CFWriteStreamRef stream,
+                                      CFPropertyListFormat format, CFOptionFlags options, CFErrorRef* error);
+CF_EXPORT CFIndex CFPropertyListWriteToStream(CFPropertyListRef propertyList, CFWriteStreamRef stream,
+                                              CFPropertyListFormat format, CFStringRef* errorString);
+
 CF_EXTERN_C_END
