@@ -346,6 +346,12 @@ TEST_F(NSKeyedArchiverTest, FailedContainerGrowthGivesNilNeverAnIncompleteArchiv
   ASSERT_NE(sample, nullptr);
   NSData* good = ns::archivedDataWithRootObject(const_cast<void*>(sample));
   ASSERT_NE(good, nullptr);
+  {
+    // Room in this thread's pool stack beforehand: an object autoreleased when the pool has no
+    // room for it is leaked, as without a pool, and that is not what is tested here.
+    NSAutoreleasePool warm;
+    for (int i = 0; i < 64; ++i) CFAutorelease(CFRetain(kCFNull));
+  }
   bool complete = false;
   for (long n = 1; n <= 400 && !complete; ++n) {
     NSAutoreleasePool pool;
