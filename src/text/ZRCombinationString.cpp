@@ -240,12 +240,16 @@ OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef,
     if (known != ratios.end()) {
       ratioRef = known->second;
     } else {
+      // The entry first, so that the texts, once made, are always let go: making room for it
+      // can fail with nothing of this group's yet to release.
+      auto entry = ratios.emplace(count, nullptr).first;
       // A count or ratio that cannot be made leaves the group out; the lower function has
       // written its own line.
       CFStringRef countStringRef = NULL;
-      if (ZRCopyLocalizedNumberStringRef(&count, kCFNumberCFIndexType, 0, &countStringRef, inLog) != noErr) continue;
-      // The entry first, so that the text, once made, is always held.
-      auto entry = ratios.emplace(count, nullptr).first;
+      if (ZRCopyLocalizedNumberStringRef(&count, kCFNumberCFIndexType, 0, &countStringRef, inLog) != noErr) {
+        ratios.erase(entry);
+        continue;
+      }
       ratioRef = CFStringCreateWithFormat(NULL, NULL, ratioFormatRef, countStringRef, totalStringRef);
       ZRDestroyStringRef(&countStringRef);
       if (!ratioRef) {

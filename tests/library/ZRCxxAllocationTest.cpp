@@ -119,4 +119,43 @@ TEST_F(ZRCxxAllocationTest, StringEdits) {
   CFRelease(text);
 }
 
+TEST_F(ZRCxxAllocationTest, CombinationString) {
+  CFStringRef words[] = {CFSTR("pear"),  CFSTR("Apple"), CFSTR("pear"),
+                         CFSTR("Äpfel"), CFSTR("apple"), CFSTR("Item 10")};
+  CFArrayRef array = CFArrayCreate(NULL, reinterpret_cast<const void**>(words), 6, &kCFTypeArrayCallBacks);
+  // The line of a failed count names its status through an autoreleased text, as an application
+  // with its run loop's pool has it; the thread's first pool makes room before the sweep.
+  { NSAutoreleasePool warmUp; }
+  for (Boolean multiline : {false, true}) {
+    CFStringRef whole = NULL;
+    ASSERT_EQ(ZRCopyCombinationStringRefOfStringArrayRef(array, multiline, &whole, false), noErr);
+    for (Boolean inLog : {false, true}) {
+      SCOPED_TRACE(inLog ? "with inLog" : "without inLog");
+      // A count that cannot be made leaves its group out of an answer that is still noErr (with
+      // the lower function's line when asked); anything else fails as a whole, with unknownErr.
+      zrtest::ExpectCxxAllocationFailuresHandled(
+          5000,
+          [&]() -> CFTypeRef {
+            NSAutoreleasePool pool;
+            LogCapture log;
+            CFStringRef result = NULL;
+            OSStatus status = ZRCopyCombinationStringRefOfStringArrayRef(array, multiline, &result, inLog);
+            if (status == noErr) {
+              EXPECT_NE(result, nullptr);
+              if (!inLog) {
+                EXPECT_TRUE(log.lines().empty());
+              }
+            } else {
+              EXPECT_EQ(status, unknownErr);
+              EXPECT_EQ(result, nullptr);
+              EXPECT_EQ(log.lines().empty(), !inLog);
+            }
+            return result;
+          },
+          [&](CFTypeRef result) { return CFEqual(result, whole); });
+    }
+    CFRelease(whole);
+  }
+  CFRelease(array);
+}
 }  // namespace
