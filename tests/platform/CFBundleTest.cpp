@@ -407,20 +407,13 @@ TEST_F(CFBundleTest, FlatBundle) {
   EXPECT_EQ(Localized(bundle, "Hello"), "Hello!");
 }
 
-TEST_F(CFBundleTest, Localizations) {
-  CFBundleRef bundle = MakeApplication();
-  CFArrayRef names = CFBundleCopyBundleLocalizations(bundle);
-  ASSERT_NE(names, nullptr);
+// The strings of an array as UTF-8, in its order; {"<NULL>"} for NULL. Releases the array.
+std::vector<std::string> TextsReleasing(CFArrayRef array) {
+  if (!array) return {"<NULL>"};
   std::vector<std::string> list;
-  for (CFIndex i = 0; i < CFArrayGetCount(names); ++i) list.push_back(Utf8(CFArrayGetValueAtIndex(names, i)));
-  EXPECT_EQ(list, (std::vector<std::string>{"English", "German", "fr", "it"}));
-  SetLocaleEnvironment({{"LANGUAGE", "fr:de"}});
-  CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(names);
-  ASSERT_NE(preferred, nullptr);
-  ASSERT_EQ(CFArrayGetCount(preferred), 1);
-  EXPECT_EQ(Utf8(CFArrayGetValueAtIndex(preferred, 0)), "fr");
-  CFRelease(preferred);
-  CFRelease(names);
+  for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) list.push_back(Utf8(CFArrayGetValueAtIndex(array, i)));
+  CFRelease(array);
+  return list;
 }
 
 // The localizations CFBundleCopyPreferredLocalizationsFromArray gives for `names`, in its order.
@@ -430,13 +423,20 @@ std::vector<std::string> PreferredOf(const std::vector<const char*>& names) {
   CFArrayRef array =
       CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
   for (CFTypeRef string : strings) CFRelease(string);
-  CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(array);
+  std::vector<std::string> preferred = TextsReleasing(CFBundleCopyPreferredLocalizationsFromArray(array));
   CFRelease(array);
-  if (!preferred) return {"<NULL>"};
-  std::vector<std::string> list;
-  for (CFIndex i = 0; i < CFArrayGetCount(preferred); ++i) list.push_back(Utf8(CFArrayGetValueAtIndex(preferred, i)));
-  CFRelease(preferred);
-  return list;
+  return preferred;
+}
+
+TEST_F(CFBundleTest, Localizations) {
+  CFBundleRef bundle = MakeApplication();
+  CFArrayRef names = CFBundleCopyBundleLocalizations(bundle);
+  ASSERT_NE(names, nullptr);
+  CFRetain(names);
+  EXPECT_EQ(TextsReleasing(names), (std::vector<std::string>{"English", "German", "fr", "it"}));
+  SetLocaleEnvironment({{"LANGUAGE", "fr:de"}});
+  EXPECT_EQ(TextsReleasing(CFBundleCopyPreferredLocalizationsFromArray(names)), (std::vector<std::string>{"fr"}));
+  CFRelease(names);
 }
 
 TEST_F(CFBundleTest, PreferredLocalizationsAreEveryNameOfTheChoiceThenItsBareLanguage) {
@@ -456,11 +456,7 @@ TEST_F(CFBundleTest, PreferredLocalizationsAreEveryNameOfTheChoiceThenItsBareLan
   EXPECT_EQ(PreferredOf({}), (List{}));
   CFTypeRef mixed[] = {kCFBooleanTrue, CFSTR("fr")};
   CFArrayRef array = CFArrayCreate(nullptr, mixed, 2, &kCFTypeArrayCallBacks);
-  CFArrayRef preferred = CFBundleCopyPreferredLocalizationsFromArray(array);
-  ASSERT_NE(preferred, nullptr);
-  ASSERT_EQ(CFArrayGetCount(preferred), 1);
-  EXPECT_EQ(Utf8(CFArrayGetValueAtIndex(preferred, 0)), "fr");
-  CFRelease(preferred);
+  EXPECT_EQ(TextsReleasing(CFBundleCopyPreferredLocalizationsFromArray(array)), (List{"fr"}));
   CFRelease(array);
   EXPECT_EQ(CFBundleCopyPreferredLocalizationsFromArray(nullptr), nullptr);
 }
