@@ -344,7 +344,8 @@ ZR_EXPORT OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDe
 // ZRCopySizeStringRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRSizeString(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals);
 // The number *inValue of type inNumberType, grouped, with 0 to 3 optional decimals (other
-// selectors mean 0).
+// selectors mean 0). paramErr for a NULL inValue or out slot or a full slot; unknownErr for a
+// type that is not one of CFNumberType's.
 ZR_EXPORT OSStatus ZRCopyLocalizedNumberStringRef(const void* inValue, CFNumberType inNumberType, SInt32 inDecimals,
                                                   CFStringRef* outStringRef, Boolean inLog);
 // ZRCopyLocalizedNumberStringRef with inLog true, autoreleased; nil on failure.
@@ -354,8 +355,11 @@ ZR_EXPORT NSString* ZRLocalizedNumberStringOfValue(const void* inValue, CFNumber
 // Text and formatting: remaining-time strings
 // ---------------------------------------------------------------------------------------------
 
-// A localized phrase for the seconds left, in coarse steps (5 s, one minute, minutes, one hour,
-// at most 2 hours), from the main bundle's "Process_General_..." strings.
+// A localized phrase for the seconds left, in coarse steps, from the main bundle's
+// "Process_General_..." strings: below 55 s (negative and NaN included) the seconds rounded up to
+// a multiple of 5, at least 5; up to 90 s one minute; up to 3300 s the minutes rounded up, at
+// least 2; up to 5400 s one hour; beyond, the whole hours, at most 2. paramErr for a NULL or full
+// out slot.
 ZR_EXPORT OSStatus ZRCopyRemainingTimeStringRef(double inSeconds, CFStringRef* outStringRef, Boolean inLog);
 // ZRCopyRemainingTimeStringRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRRemainingTimeString(double inSeconds);
@@ -390,7 +394,8 @@ ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfHotKey(UInt32 inKeyCode, UInt32 inM
 // Text and formatting: string utilities
 // ---------------------------------------------------------------------------------------------
 
-// NULL-tolerant exact comparisons and emptiness tests.
+// NULL-tolerant exact comparisons (CFStringCompare without options) and emptiness tests: two
+// NULLs are equal, NULL equals no string (not even an empty one), and NULL counts as empty.
 ZR_EXPORT Boolean ZRStringRefsAreEqual(CFStringRef inStringRef1, CFStringRef inStringRef2);
 ZR_EXPORT Boolean ZRStringRefsAreDifferent(CFStringRef inStringRef1, CFStringRef inStringRef2);
 ZR_EXPORT Boolean ZRStringRefIsEmpty(CFStringRef inStringRef);
@@ -402,18 +407,23 @@ ZR_EXPORT OSStatus ZRCopyCBufferOfStringRef(CFStringRef inStringRef, CFStringEnc
                                             Boolean inLog);
 // "name (n of total), ..." for each distinct string, ordered case-insensitively with numbers
 // compared as numbers; one distinct string gives just that string; "\n" after each comma when
-// inMultiline is true.
+// inMultiline is true. An empty array gives ""; elements that are not strings are left out but
+// counted in the total. paramErr for a NULL array or out slot or a full slot.
 ZR_EXPORT OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef, Boolean inMultiline,
                                                               CFStringRef* outStringRef, Boolean inLog);
 // The string dressed with the system font of inFontSize points (NSFontAttributeName).
 ZR_EXPORT OSStatus ZRCopyAttributedStringRefOfStringRef(CFStringRef inStringRef, float inFontSize,
                                                         CFAttributedStringRef* outAttributedStringRef, Boolean inLog);
-// Every occurrence of inFindStringRef replaced by inReplaceStringRef, compared with inCompareOptions.
+// Every occurrence of inFindStringRef replaced by inReplaceStringRef, compared with
+// inCompareOptions; an empty inFindStringRef is never found, so the string comes back unchanged.
+// paramErr for a NULL argument or a full slot, and also when the result cannot be copied.
 ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterFindAndReplace(CFStringRef inStringRef, CFStringRef inFindStringRef,
                                                                  CFStringRef inReplaceStringRef,
                                                                  CFStringCompareFlags inCompareOptions,
                                                                  CFStringRef* outStringRef, Boolean inLog);
-// The string without any of the UTF-16 units of inCharacterStringRef, compared with inCompareOptions.
+// The string without any of the UTF-16 units of inCharacterStringRef, compared with
+// inCompareOptions; an empty inCharacterStringRef removes nothing. paramErr for a NULL argument
+// or a full slot.
 ZR_EXPORT OSStatus ZRRemoveCharactersFromStringRef(CFStringRef inStringRef, CFStringRef inCharacterStringRef,
                                                    CFStringCompareFlags inCompareOptions, CFStringRef* outStringRef,
                                                    Boolean inLog);
@@ -441,12 +451,13 @@ ZR_EXPORT OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void**
 // Encodings and digests: hexadecimal, handles, SHA-1
 // ---------------------------------------------------------------------------------------------
 
-// Lower-case hex text of the bytes. On every failure, paramErr included, *outStringRef is
-// released and emptied.
+// Lower-case hex text of the bytes; empty data gives "". On every failure, paramErr included,
+// *outStringRef is released and emptied.
 ZR_EXPORT OSStatus ZRCopyHexStringRefOfDataRef(CFDataRef inDataRef, Boolean inLog, CFMutableStringRef* outStringRef);
 // A new handle holding a copy of the bytes; empty data fails with unknownErr.
 ZR_EXPORT OSStatus ZRCopyHandleOfDataRef(CFDataRef inDataRef, Handle* outHandle, Boolean inLog);
 // Bytes of hex text: odd lengths are padded on the left with "0"; any non-digit counts as 0.
+// The empty string fails with unknownErr (ZRCopyCBufferOfStringRef refuses it).
 ZR_EXPORT OSStatus ZRCopyDataRefOfHexStringRef(CFStringRef inHexStringRef, Boolean inLog, CFDataRef* outDataRef);
 // The 20-byte SHA-1 digest of the file. Always returns noErr: failure shows as an empty slot.
 ZR_EXPORT OSStatus ZRCopySHADataRefOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog, CFDataRef* outDataRef);
