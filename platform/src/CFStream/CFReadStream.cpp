@@ -12,27 +12,12 @@
 #include <vector>
 
 #include "CFPropertyList/PropertyListImpl.h"
+#include "CFStream/StreamImpl.h"
 #include "runtime/NoThrow.h"
-#include "runtime/Object.h"
 
-struct __CFReadStream final : zrp::Object {
-  explicit __CFReadStream(std::string filePath) : Object(zrp::kTypeIDReadStream), path(std::move(filePath)) {}
-  ~__CFReadStream() override {
-    if (fd >= 0) ::close(fd);
-  }
+struct __CFReadStream final : zrp::FileStream {
+  explicit __CFReadStream(std::string filePath) : FileStream(zrp::kTypeIDReadStream, std::move(filePath)) {}
   const char* className() const override { return "__NSCFInputStream"; }
-
-  void fail(int posixError) {
-    status = kCFStreamStatusError;
-    error = {kCFStreamErrorDomainPOSIX, static_cast<SInt32>(posixError)};
-    if (fd >= 0) ::close(fd);
-    fd = -1;
-  }
-
-  std::string path;
-  int fd = -1;
-  CFStreamStatus status = kCFStreamStatusNotOpen;
-  CFStreamError error = {0, 0};
 };
 
 namespace {
@@ -102,34 +87,13 @@ extern "C" {
 CFTypeID CFReadStreamGetTypeID(void) { return zrp::kTypeIDReadStream; }
 
 CFReadStreamRef CFReadStreamCreateWithFile(CFAllocatorRef, CFURLRef fileURL) {
-  if (!fileURL) return nullptr;
-  char path[PATH_MAX];
-  if (!CFURLGetFileSystemRepresentation(fileURL, true, reinterpret_cast<UInt8*>(path), sizeof path)) return nullptr;
-  return zrp::CatchOutOfMemory<CFReadStreamRef>(nullptr, [&] { return zrp::New<__CFReadStream>(std::string(path)); });
+  return zrp::NewFileStream<__CFReadStream>(fileURL);
 }
 
-Boolean CFReadStreamOpen(CFReadStreamRef stream) {
-  if (!stream) return false;
-  __CFReadStream* self = Stream(stream);
-  if (self->status != kCFStreamStatusNotOpen) return false;
-  int fd = ::open(self->path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    self->fail(errno);
-    return false;
-  }
-  self->fd = fd;
-  self->status = kCFStreamStatusOpen;
-  return true;
-}
+Boolean CFReadStreamOpen(CFReadStreamRef stream) { return stream && Stream(stream)->open(O_RDONLY); }
 
 void CFReadStreamClose(CFReadStreamRef stream) {
-  if (!stream) return;
-  __CFReadStream* self = Stream(stream);
-  if (self->fd >= 0) ::close(self->fd);
-  self->fd = -1;
-  // A stream that was never opened stays as it was; a failed one keeps its error.
-  if (self->status != kCFStreamStatusNotOpen && self->status != kCFStreamStatusError)
-    self->status = kCFStreamStatusClosed;
+  if (stream) Stream(stream)->close();
 }
 
 CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8* buffer, CFIndex bufferLength) {

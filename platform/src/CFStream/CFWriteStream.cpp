@@ -12,27 +12,12 @@
 
 #include "CFError/ErrorImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
+#include "CFStream/StreamImpl.h"
 #include "runtime/NoThrow.h"
-#include "runtime/Object.h"
 
-struct __CFWriteStream final : zrp::Object {
-  explicit __CFWriteStream(std::string filePath) : Object(zrp::kTypeIDWriteStream), path(std::move(filePath)) {}
-  ~__CFWriteStream() override {
-    if (fd >= 0) ::close(fd);
-  }
+struct __CFWriteStream final : zrp::FileStream {
+  explicit __CFWriteStream(std::string filePath) : FileStream(zrp::kTypeIDWriteStream, std::move(filePath)) {}
   const char* className() const override { return "__NSCFOutputStream"; }
-
-  void fail(int posixError) {
-    status = kCFStreamStatusError;
-    error = {kCFStreamErrorDomainPOSIX, static_cast<SInt32>(posixError)};
-    if (fd >= 0) ::close(fd);
-    fd = -1;
-  }
-
-  std::string path;
-  int fd = -1;
-  CFStreamStatus status = kCFStreamStatusNotOpen;
-  CFStreamError error = {0, 0};
 };
 
 namespace {
@@ -95,35 +80,16 @@ extern "C" {
 CFTypeID CFWriteStreamGetTypeID(void) { return zrp::kTypeIDWriteStream; }
 
 CFWriteStreamRef CFWriteStreamCreateWithFile(CFAllocatorRef, CFURLRef fileURL) {
-  if (!fileURL) return nullptr;
-  char path[PATH_MAX];
-  if (!CFURLGetFileSystemRepresentation(fileURL, true, reinterpret_cast<UInt8*>(path), sizeof path)) return nullptr;
-  return zrp::CatchOutOfMemory<CFWriteStreamRef>(nullptr, [&] { return zrp::New<__CFWriteStream>(std::string(path)); });
+  return zrp::NewFileStream<__CFWriteStream>(fileURL);
 }
 
 Boolean CFWriteStreamOpen(CFWriteStreamRef stream) {
-  if (!stream) return false;
-  __CFWriteStream* self = Stream(stream);
-  if (self->status != kCFStreamStatusNotOpen) return false;
   // The file is made with the modes the user's umask allows, or emptied when it exists.
-  int fd = ::open(self->path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (fd < 0) {
-    self->fail(errno);
-    return false;
-  }
-  self->fd = fd;
-  self->status = kCFStreamStatusOpen;
-  return true;
+  return stream && Stream(stream)->open(O_WRONLY | O_CREAT | O_TRUNC, 0666);
 }
 
 void CFWriteStreamClose(CFWriteStreamRef stream) {
-  if (!stream) return;
-  __CFWriteStream* self = Stream(stream);
-  if (self->fd >= 0) ::close(self->fd);
-  self->fd = -1;
-  // A stream that was never opened stays as it was; a failed one keeps its error.
-  if (self->status != kCFStreamStatusNotOpen && self->status != kCFStreamStatusError)
-    self->status = kCFStreamStatusClosed;
+  if (stream) Stream(stream)->close();
 }
 
 CFIndex CFWriteStreamWrite(CFWriteStreamRef stream, const UInt8* buffer, CFIndex bufferLength) {
