@@ -18,6 +18,11 @@
 #include <string_view>
 #include <vector>
 
+#ifndef ZRP_TESTABLE
+// The functions tests and fuzz targets reach directly are visible outside the library.
+#define ZRP_TESTABLE __attribute__((visibility("default")))
+#endif
+
 namespace zrp {
 
 // Containers nested deeper than this are refused: the readers and the writer recurse once per
@@ -97,8 +102,8 @@ CFPropertyListRef ReadBinaryPropertyList(const uint8_t* bytes, size_t length, co
 bool WriteXMLPropertyList(CFPropertyListRef plist, std::string* out);
 // Reads the old-style (OpenStep) form: every leaf is a string (or data for "<hex>"). NULL on
 // malformed or hostile input, with the reason in *why.
-CFPropertyListRef ReadOpenStepPropertyList(const uint8_t* bytes, size_t length, const PropertyListBuilder& builder,
-                                           std::string* why);
+ZRP_TESTABLE CFPropertyListRef ReadOpenStepPropertyList(const uint8_t* bytes, size_t length,
+                                                        const PropertyListBuilder& builder, std::string* why);
 // Reads any of the three forms, telling which in *format and the failure in *error (each may be
 // NULL), as CFPropertyListCreateWithData does.
 CFPropertyListRef ReadPropertyList(const uint8_t* bytes, size_t length, CFOptionFlags options,
