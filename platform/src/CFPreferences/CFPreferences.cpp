@@ -14,7 +14,6 @@
 #include <CoreFoundation/CFPropertyList.h>
 #include <dirent.h>
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,6 +34,7 @@
 #include "CFPreferences/PreferencesImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "POSIX/Users.h"
 
 namespace zrp {
 namespace {
@@ -42,18 +42,6 @@ namespace {
 constexpr char kGlobalDomain[] = ".GlobalPreferences";
 
 bool IsAbsolute(const char* path) { return path && path[0] == '/'; }
-
-std::string HomeDirectory() {
-  const char* home = std::getenv("HOME");
-  if (IsAbsolute(home)) return home;
-  long size = sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::vector<char> buffer(size > 0 ? static_cast<size_t>(size) : 16384);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found && IsAbsolute(found->pw_dir))
-    return found->pw_dir;
-  return std::string();
-}
 
 std::string LastComponent(const std::string& path) {
   size_t slash = path.rfind('/');
@@ -477,8 +465,8 @@ std::string PreferencesDirectory() {
   // A relative XDG_CONFIG_HOME is invalid and ignored, as the base directory rules say.
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (IsAbsolute(configured)) return configured;
-  std::string home = HomeDirectory();
-  return home.empty() ? home : home + "/.config";
+  std::string home;
+  return HomeFolder(&home) ? home + "/.config" : std::string();
 }
 
 namespace {

@@ -90,6 +90,18 @@ void EncodeUTF8(std::u16string_view chars, std::string* out) {
   }
 }
 
+std::u16string UTF16Of(std::string_view utf8) {
+  std::u16string chars;
+  DecodeUTF8(utf8.data(), utf8.size(), &chars);
+  return chars;
+}
+
+std::string UTF8Of(std::u16string_view chars) {
+  std::string utf8;
+  EncodeUTF8(chars, &utf8);
+  return utf8;
+}
+
 std::string ToUTF8(CFStringRef string) {
   std::string out;
   if (string) EncodeUTF8(string->chars, &out);

@@ -90,6 +90,9 @@ inline void AppendCodePoint(char32_t code, std::u16string* out) {
 bool DecodeUTF8(const char* bytes, size_t length, std::u16string* out);
 // UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
 void EncodeUTF8(std::u16string_view chars, std::string* out);
+// The same two as values: DecodeUTF8 keeps what came before a malformed sequence.
+std::u16string UTF16Of(std::string_view utf8);
+std::string UTF8Of(std::u16string_view chars);
 std::string ToUTF8(CFStringRef string);
 
 }  // namespace zrp

@@ -41,21 +41,9 @@ struct __CFURL final : zrp::Object {
 
 namespace {
 
-std::string Utf8Of(const std::u16string& chars) {
-  std::string utf8;
-  zrp::EncodeUTF8(chars, &utf8);
-  return utf8;
-}
-
-std::u16string Utf16Of(const std::string& utf8) {
-  std::u16string chars;
-  zrp::DecodeUTF8(utf8.data(), utf8.size(), &chars);
-  return chars;
-}
-
 // "file://" and the path with the characters that a URL cannot hold as they are escaped.
 std::u16string FileURLString(const std::u16string& path) {
-  std::string utf8 = Utf8Of(path);
+  std::string utf8 = zrp::UTF8Of(path);
   static const char kHex[] = "0123456789ABCDEF";
   std::u16string text = u"file://";
   for (unsigned char c : utf8) {
@@ -94,7 +82,7 @@ CFURLRef MakeURL(std::u16string path, bool isDirectory) {
   if (path.front() != u'/') {
     char folder[PATH_MAX];
     if (!getcwd(folder, sizeof folder)) return nullptr;
-    base = Utf16Of(folder);
+    base = zrp::UTF16Of(folder);
   }
   return zrp::New<__CFURL>(std::move(path), isDirectory, std::move(base));
 }
@@ -175,7 +163,7 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBas
   try {
     std::u16string path = resolveAgainstBase ? url->absolutePath() : url->path;
     if (path.size() > 1 && path.back() == u'/') path.pop_back();
-    std::string utf8 = Utf8Of(path);
+    std::string utf8 = zrp::UTF8Of(path);
     if (static_cast<CFIndex>(utf8.size()) + 1 > maxBufLen) return false;
     std::memcpy(buffer, utf8.c_str(), utf8.size() + 1);
     return true;
@@ -189,7 +177,7 @@ Boolean CFURLGetFSRef(CFURLRef url, struct FSRef* fsRef) {
   try {
     std::u16string path = url->absolutePath();
     if (path.size() > 1 && path.back() == u'/') path.pop_back();
-    std::string utf8 = Utf8Of(path);
+    std::string utf8 = zrp::UTF8Of(path);
     return FSPathMakeRef(reinterpret_cast<const UInt8*>(utf8.c_str()), fsRef, nullptr) == noErr;
   } catch (const std::bad_alloc&) {
     return false;
@@ -206,7 +194,7 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const struct FSRef* fsRef) {
     if (FSGetCatalogInfo(fsRef, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr) == noErr) {
       isDirectory = (info.nodeFlags & kFSNodeIsDirectoryMask) != 0;
     }
-    return MakeURL(Utf16Of(path), isDirectory);
+    return MakeURL(zrp::UTF16Of(path), isDirectory);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

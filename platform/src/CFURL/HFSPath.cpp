@@ -1,13 +1,13 @@
 // HFSPath.cpp: conversions between HFS and POSIX paths with the host's volume mapping.
 #include "CFURL/HFSPath.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
 
 #include "CFString/StringImpl.h"
+#include "POSIX/Users.h"
 
 namespace {
 
@@ -27,18 +27,9 @@ std::u16string SwapSeparators(std::u16string name) {
   return name;
 }
 
-std::u16string Utf16Of(const std::string& utf8) {
-  std::u16string chars;
-  zrp::DecodeUTF8(utf8.data(), utf8.size(), &chars);
-  return chars;
-}
-
 std::u16string UserName() {
-  struct passwd entry;
-  struct passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) != 0 || !found || !found->pw_name) return u"";
-  return Utf16Of(found->pw_name);
+  std::string name;
+  return zrp::UserNameOfUID(getuid(), &name) ? zrp::UTF16Of(name) : u"";
 }
 
 bool IsFolder(const std::u16string& path) {
@@ -84,7 +75,7 @@ std::u16string POSIXPathOfHFSPath(const std::u16string& hfsPath) {
   std::vector<std::u16string> names = Split(hfsPath, u':');
   std::u16string volume = SwapSeparators(names[0]);
   std::u16string root = u"/";
-  if (volume != Utf16Of(kBootVolumeName) && volume != u"." && volume != u"..") {
+  if (volume != zrp::UTF16Of(kBootVolumeName) && volume != u"." && volume != u"..") {
     for (const std::u16string& folder : VolumeFolders()) {
       if (IsFolder(folder + volume)) {
         root = folder + volume + u"/";
@@ -98,7 +89,7 @@ std::u16string POSIXPathOfHFSPath(const std::u16string& hfsPath) {
 }
 
 std::u16string HFSPathOfPOSIXPath(const std::u16string& posixPath) {
-  std::u16string volume = Utf16Of(kBootVolumeName);
+  std::u16string volume = zrp::UTF16Of(kBootVolumeName);
   std::u16string rest = posixPath;
   for (const std::u16string& folder : VolumeFolders()) {
     if (posixPath.compare(0, folder.size(), folder) != 0) continue;

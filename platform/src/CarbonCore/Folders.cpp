@@ -1,7 +1,6 @@
 // Folders.cpp: FSFindFolder for the user's folders, which on Linux are the XDG base
 // directories: each comes from its variable when that holds an absolute path, else from the
 // usual place under the home folder.
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,23 +10,9 @@
 #include <string>
 
 #include "CarbonCore/FileReferences.h"
+#include "POSIX/Users.h"
 
 namespace {
-
-// The home folder: $HOME when set and absolute, else the password database's entry.
-bool HomeFolder(std::string* home) {
-  const char* variable = getenv("HOME");
-  if (variable && variable[0] == '/') {
-    *home = variable;
-    return true;
-  }
-  struct passwd entry;
-  struct passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) != 0 || !found || !found->pw_dir) return false;
-  *home = found->pw_dir;
-  return true;
-}
 
 // The folder for a type of the user domain; false for a type this host has no folder for.
 bool UserFolder(OSType folderType, std::string* path, OSStatus* status) {
@@ -56,7 +41,7 @@ bool UserFolder(OSType folderType, std::string* path, OSStatus* status) {
     *path = value;
   } else {
     std::string home;
-    if (!HomeFolder(&home)) {
+    if (!zrp::HomeFolder(&home)) {
       *status = fnfErr;
       return false;
     }

@@ -4,13 +4,14 @@
 // (/proc/self/loginuid), else from the real user ID, and is looked up in the password database.
 // This definition takes the place of the C library's in every program that loads the host.
 #include <ZRPlatform/Testing.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <string>
+
+#include "POSIX/Users.h"
 
 namespace {
 
@@ -35,12 +36,9 @@ bool LoginUID(uid_t* uid) {
 }
 
 bool NameOfUID(uid_t uid, char* name, size_t size) {
-  struct passwd entry;
-  struct passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(uid, &entry, buffer, sizeof buffer, &found) != 0 || !found || !found->pw_name) return false;
-  if (std::strlen(found->pw_name) >= size) return false;
-  std::strcpy(name, found->pw_name);
+  std::string found;
+  if (!zrp::UserNameOfUID(uid, &found) || found.size() >= size) return false;
+  std::strcpy(name, found.c_str());
   return true;
 }
 
