@@ -49,6 +49,13 @@ TEST_F(CFURLFileSystemPathTest, BootVolumePaths) {
   EXPECT_EQ(FromHFS("Macintosh HD:Users:anna:Documents:q.txt"), "/Users/anna/Documents/q.txt");
   EXPECT_EQ(ToHFS("/Users/anna/q.txt"), "Linux:Users:anna:q.txt");
   EXPECT_EQ(ToHFS("/"), "Linux:");
+  // Steps up at the end: each empty name but the last steps up, so one more colon follows them.
+  EXPECT_EQ(FromHFS("Linux:-:::"), "/-/../..");
+  EXPECT_EQ(ToHFS("/-/../.."), "Linux:-:::");
+  EXPECT_EQ(FromHFS("Macintosh HD:a::"), "/a/..");
+  EXPECT_EQ(ToHFS("/a/.."), "Linux:a::");
+  EXPECT_EQ(ToHFS("/.."), "Linux::");
+  EXPECT_EQ(FromHFS("Linux::"), "/..");
 }
 
 TEST_F(CFURLFileSystemPathTest, SeparatorsInsideNamesSwap) {
@@ -64,6 +71,11 @@ TEST_F(CFURLFileSystemPathTest, RelativeHFSPaths) {
   EXPECT_EQ(FromHFS(":"), ".");
   EXPECT_EQ(ToHFS("a/b"), ":a:b");
   EXPECT_EQ(ToHFS("../b"), "::b");
+  // A step up at the end keeps its colon beside the folder mark, so that it reads back the same.
+  EXPECT_EQ(ToHFS("a/.."), ":a::");
+  EXPECT_EQ(FromHFS(":a::"), "a/..");
+  EXPECT_EQ(ToHFS(".."), "::");
+  EXPECT_EQ(FromHFS("::"), "..");
 }
 
 TEST_F(CFURLFileSystemPathTest, VolumesUnderMnt) {

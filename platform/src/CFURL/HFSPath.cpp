@@ -61,6 +61,22 @@ std::u16string JoinPOSIXNames(const std::vector<std::u16string>& names, size_t f
   return path;
 }
 
+// Appends the POSIX names to an HFS path that ends in ":", joined by ":"; ".." becomes an empty
+// name (a step up), "." is left out when skipDots. A path that ends in a step up gets one more
+// ":", the folder mark: a last empty name would be read as the mark alone and the step lost.
+void AppendHFSNames(const std::vector<std::u16string>& names, bool skipDots, std::u16string* hfs) {
+  bool first = true;
+  bool up = false;
+  for (const std::u16string& name : names) {
+    if (name.empty() || (skipDots && name == u".")) continue;
+    if (!first) *hfs += u':';
+    up = name == u"..";
+    *hfs += up ? u"" : SwapSeparators(name);
+    first = false;
+  }
+  if (up) *hfs += u':';
+}
+
 }  // namespace
 
 namespace zrp {
@@ -102,26 +118,13 @@ std::u16string HFSPathOfPOSIXPath(const std::u16string& posixPath) {
     break;
   }
   std::u16string hfs = SwapSeparators(volume) + u":";
-  std::vector<std::u16string> names = Split(rest, u'/');
-  bool first = true;
-  for (const std::u16string& name : names) {
-    if (name.empty()) continue;
-    if (!first) hfs += u':';
-    hfs += name == u".." ? u"" : SwapSeparators(name);
-    first = false;
-  }
+  AppendHFSNames(Split(rest, u'/'), false, &hfs);
   return hfs;
 }
 
 std::u16string HFSPathOfRelativePOSIXPath(const std::u16string& posixPath) {
   std::u16string hfs = u":";
-  bool first = true;
-  for (const std::u16string& name : Split(posixPath, u'/')) {
-    if (name.empty() || name == u".") continue;
-    if (!first) hfs += u':';
-    hfs += name == u".." ? u"" : SwapSeparators(name);
-    first = false;
-  }
+  AppendHFSNames(Split(posixPath, u'/'), true, &hfs);
   return hfs;
 }
 
