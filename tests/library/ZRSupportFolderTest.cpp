@@ -415,6 +415,26 @@ TEST_F(LanguageTest, ShortLanguageAndLocalization) {
   EXPECT_TRUE(log_.lines().empty());
 }
 
+TEST_F(LanguageTest, WithoutThePreferenceTheLocaleEnvironmentDecides) {
+  SetLanguages(nullptr);
+  zrtest::SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
+  EXPECT_EQ(ShortLanguage(), "de");
+  EXPECT_EQ(ZRGetApplicationLanguageType(), 1);
+  EXPECT_EQ(Localized(CFSTR("Greeting.txt")), "German.lproj/Greeting.txt");
+  zrtest::SetLocaleEnvironment({{"LANGUAGE", "fr:it"}, {"LANG", "de_DE.UTF-8"}});
+  EXPECT_EQ(ShortLanguage(), "en");
+  EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  EXPECT_EQ(Localized(CFSTR("Greeting.txt")), "English.lproj/Greeting.txt");
+  zrtest::SetLocaleEnvironment({{"LC_MESSAGES", "de_CH.UTF-8"}, {"LANG", "en_US.UTF-8"}});
+  EXPECT_EQ(ShortLanguage(), "de");
+  // The preference, where there is one, wins.
+  SetLanguages({"en"});
+  EXPECT_EQ(ShortLanguage(), "en");
+  EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
+  zrtest::UseLocale("en_US.UTF-8");
+  EXPECT_TRUE(log_.lines().empty());
+}
+
 TEST_F(LanguageTest, ShortLanguageErrors) {
   CFStringRef language = nullptr;
   CFStringRef full = CFSTR("x");
@@ -488,12 +508,9 @@ TEST_F(LanguageTest, LanguageType) {
 }
 
 TEST_F(LanguageTest, LanguageTypeWithoutPreferenceOrMemory) {
+  // No preference: the test's environment, en_US.
   SetLanguages(nullptr);
-  CFPropertyListRef global = CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication);
-  if (!global) {
-    EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
-  }
-  if (global) CFRelease(global);
+  EXPECT_EQ(ZRGetApplicationLanguageType(), 0);
   SetLanguages({"de"});
   EXPECT_EQ(ZRGetApplicationLanguageType(), 1);
   // Whatever allocation fails, the answer is 1 or, when it failed, 0; never anything else.

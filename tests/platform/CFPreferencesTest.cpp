@@ -2,6 +2,7 @@
 // in either property-list form, following changes on disk; and how the current application's
 // identifier is found. Runs on a temporary XDG_CONFIG_HOME and HOME, never the user's own.
 #include <CoreFoundation/CoreFoundation.h>
+#include <ZRPlatform/Testing.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -116,6 +117,58 @@ TEST_F(CFPreferencesTest, ReadsAnotherApplicationsDomain) {
   EXPECT_EQ(Text(CFPreferencesCopyAppValue(CFSTR("Color"), CFSTR("com.example.other"))), "blue");
   EXPECT_EQ(CFPreferencesCopyAppValue(CFSTR("Color"), kCFPreferencesCurrentApplication), nullptr);
   EXPECT_EQ(CFPreferencesCopyAppValue(CFSTR("Color"), CFSTR("com.example.none")), nullptr);
+}
+
+// The languages, as strings joined by blanks; "<NULL>" for no value, "<not an array>" for another.
+std::string Languages(CFPropertyListRef value) {
+  if (!value) return "<NULL>";
+  std::string text;
+  if (CFGetTypeID(value) != CFArrayGetTypeID()) {
+    text = "<not an array>";
+  } else {
+    for (CFIndex i = 0; i < CFArrayGetCount(static_cast<CFArrayRef>(value)); ++i) {
+      text += (i ? " " : "") + zrtest::Utf8(CFArrayGetValueAtIndex(static_cast<CFArrayRef>(value), i));
+    }
+  }
+  CFRelease(value);
+  return text;
+}
+
+TEST_F(CFPreferencesTest, LanguagesComeFromTheEnvironmentWhenNoDomainSetsThem) {
+  zrtest::SetLocaleEnvironment({{"LANGUAGE", "fr_FR:de"}, {"LANG", "en_US.UTF-8"}});
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication)),
+            "fr-FR fr de");
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesAnyApplication)), "fr-FR fr de");
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), CFSTR("com.example.none"))), "fr-FR fr de");
+  zrtest::SetLocaleEnvironment({});
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication)), "en");
+  // No other key has a value of the environment's.
+  EXPECT_EQ(CFPreferencesCopyAppValue(CFSTR("AppleLocale"), kCFPreferencesCurrentApplication), nullptr);
+  // A domain's value wins, whatever it holds, and the environment comes back when it is removed.
+  WriteFile(domain(".GlobalPreferences"),
+            Plist("<dict><key>AppleLanguages</key><array><string>de</string><string>en</string></array></dict>"));
+  zrp::ForgetPreferencesInMemory();
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication)), "de en");
+  CFPreferencesSetAppValue(CFSTR("AppleLanguages"), CFSTR("it"), kCFPreferencesCurrentApplication);
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication)),
+            "<not an array>");
+  CFPreferencesSetAppValue(CFSTR("AppleLanguages"), nullptr, kCFPreferencesCurrentApplication);
+  CFPreferencesSetAppValue(CFSTR("AppleLanguages"), nullptr, kCFPreferencesAnyApplication);
+  zrtest::SetLocaleEnvironment({{"LC_ALL", "de_AT.UTF-8"}});
+  EXPECT_EQ(Languages(CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication)),
+            "de-AT de");
+  zrtest::SetLocaleEnvironment({});
+}
+
+TEST_F(CFPreferencesTest, LanguagesOfTheEnvironmentWithoutMemoryAreNull) {
+  zrtest::SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
+  auto copy = [] { return CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication); };
+  // The domains are read first, so that only the list itself is left to fail.
+  EXPECT_EQ(Languages(copy()), "de-DE de");
+  auto complete = [](CFTypeRef value) { return Languages(CFRetain(value)) == "de-DE de"; };
+  zrtest::ExpectAllocationFailuresHandled(100, copy, complete);
+  zrtest::ExpectCxxAllocationFailuresHandled(100, copy, complete);
+  zrtest::SetLocaleEnvironment({});
 }
 
 TEST_F(CFPreferencesTest, ReadsBinaryFiles) {

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
+#include "CFPreferences/PreferencesImpl.h"
 #include "CFString/StringImpl.h"
 
 namespace zrp {
@@ -132,8 +134,19 @@ std::vector<std::string> EnvironmentLanguages() {
 
 std::vector<std::string> PreferredLanguages() {
   std::vector<std::string> languages;
-  CFPropertyListRef value = CFPreferencesCopyAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication);
+  // The stored value only: without one (or without memory to read one) the environment's
+  // languages follow, as plain strings.
+  CFPropertyListRef value = nullptr;
+  try {
+    value = CopyStoredAppValue(CFSTR("AppleLanguages"), kCFPreferencesCurrentApplication);
+  } catch (const std::bad_alloc&) {
+  }
   if (value) {
+    // The value is released however the reading ends; out of memory included.
+    struct Release {
+      CFPropertyListRef value;
+      ~Release() { CFRelease(value); }
+    } release{value};
     if (CFGetTypeID(value) == CFArrayGetTypeID()) {
       CFArrayRef array = static_cast<CFArrayRef>(value);
       for (CFIndex i = 0, count = CFArrayGetCount(array); i < count; ++i) {
@@ -144,7 +157,6 @@ std::vector<std::string> PreferredLanguages() {
         }
       }
     }
-    CFRelease(value);
   }
   if (languages.empty()) languages = EnvironmentLanguages();
   return languages;

@@ -9,6 +9,9 @@
 // crash at any point leaves the old file or the new one. A synchronize with nothing to write
 // reads the file again if another process replaced it, as reads do at most a second late. A file that cannot be parsed
 // reads as empty and is moved aside to "<file>.corrupt" before the first write replaces it.
+//
+// "AppleLanguages", which the platform's global domain always holds, reads as the languages of the
+// locale environment when no domain sets it.
 #include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFPreferences.h>
 #include <CoreFoundation/CFPropertyList.h>
@@ -31,6 +34,7 @@
 
 #include "CFBundle/BundleImpl.h"
 #include "CFLocale/CurrentLocale.h"
+#include "CFLocale/Languages.h"
 #include "CFPreferences/PreferencesImpl.h"
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
@@ -444,7 +448,33 @@ CFTypeRef CopyDomainValue(Domain* domain, CFStringRef key) {
   return value ? CFRetain(value) : nullptr;
 }
 
+// The user's languages as the environment gives them, as an array of strings; NULL without memory.
+CFArrayRef CopyEnvironmentLanguages() {
+  std::vector<std::string> languages = EnvironmentLanguages();
+  std::vector<CFTypeRef> strings;
+  strings.reserve(languages.size());
+  for (const std::string& language : languages) {
+    CFStringRef string = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(language.data()),
+                                                 static_cast<CFIndex>(language.size()), kCFStringEncodingUTF8, false);
+    if (!string) break;
+    strings.push_back(string);
+  }
+  CFArrayRef array =
+      strings.size() == languages.size()
+          ? CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks)
+          : nullptr;
+  for (CFTypeRef string : strings) CFRelease(string);
+  return array;
+}
+
 }  // namespace
+
+CFPropertyListRef CopyStoredAppValue(CFStringRef key, CFStringRef applicationID) {
+  bool isGlobal;
+  Domain* domain = ResolveDomain(applicationID, &isGlobal);
+  if (CFTypeRef value = CopyDomainValue(domain, key)) return value;
+  return isGlobal ? nullptr : CopyDomainValue(GlobalDomain(), key);
+}
 
 void ForgetPreferencesInMemory() {
   std::lock_guard<std::mutex> lock(gDomainsMutex);
@@ -543,10 +573,8 @@ const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser")
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID) {
   if (!key || !applicationID) return nullptr;
   try {
-    bool isGlobal;
-    zrp::Domain* domain = zrp::ResolveDomain(applicationID, &isGlobal);
-    if (CFTypeRef value = zrp::CopyDomainValue(domain, key)) return value;
-    return isGlobal ? nullptr : zrp::CopyDomainValue(zrp::GlobalDomain(), key);
+    if (CFPropertyListRef value = zrp::CopyStoredAppValue(key, applicationID)) return value;
+    return CFEqual(key, CFSTR("AppleLanguages")) ? zrp::CopyEnvironmentLanguages() : nullptr;
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

@@ -29,6 +29,11 @@ ZRP_TESTABLE std::string ApplicationIdentifierForExecutable(const std::string& p
 // unknown or the identifier could name something outside it.
 ZRP_TESTABLE std::string DomainPath(const std::string& identifier);
 
+// The value of the key that the application's domain, else the global domain, holds, as
+// CFPreferencesCopyAppValue finds it but without the values it makes up for keys no domain sets;
+// NULL when neither holds the key. May throw std::bad_alloc.
+CFPropertyListRef CopyStoredAppValue(CFStringRef key, CFStringRef applicationID);
+
 // Drops every domain read or changed in memory, changes not yet synchronized included, as if
 // the process had just started; for tests that rewrite domain files behind the host's back.
 ZRP_TESTABLE void ForgetPreferencesInMemory();
