@@ -116,13 +116,13 @@ class ZrToolTest : public ::testing::Test {
 };
 
 // Every command the help lists. A new command gets its cases below and its name here. (The cases
-// of `keys` are in zr-keys.sh, which names a keyboard layout for each run; those of `plist`, `info`
-// and `support-folder` in zr-plist.sh, zr-info.sh and zr-files.sh; those of `system`, `apps` and
-// `power`, which need fixture applications and a mock logind, in ZrSystemCommandTest.)
+// of `keys` are in zr-keys.sh, which names a keyboard layout for each run; those of `plist`, `info`,
+// `support-folder` and `language` in zr-plist.sh, zr-info.sh and zr-files.sh; those of `system`,
+// `apps` and `power`, which need fixture applications and a mock logind, in ZrSystemCommandTest.)
 const std::set<std::string> kTestedCommands = {
-    "error",  "errno",    "size", "number", "remaining", "combine", "normalize",
-    "base32", "base64",   "hex",  "sha1",   "keys",      "plist",   "xattr",
-    "path",   "defaults", "info", "system", "apps",      "power",   "support-folder"};
+    "error",  "errno",  "size", "number", "remaining",      "combine", "normalize", "base32",
+    "base64", "hex",    "sha1", "keys",   "plist",          "xattr",   "path",      "defaults",
+    "info",   "system", "apps", "power",  "support-folder", "language"};
 
 TEST_F(ZrToolTest, HelpListsEveryCommandOnStandardOutput) {
   for (const char* flag : {"--help", "-h", "help"}) {

@@ -1,5 +1,6 @@
 // FilesCommands.cpp: `zr xattr list|get|set|delete` (values stored as the library stores them:
-// XML property lists, raw bytes for data), `zr path tilde|expand|from-hfs` and `zr support-folder`.
+// XML property lists, raw bytes for data), `zr path tilde|expand|from-hfs`, `zr support-folder`
+// and `zr language`.
 #include <ZRFramework/ZRFramework.h>
 #include <sys/xattr.h>
 
@@ -215,12 +216,27 @@ int RunSupportFolder(const Arguments& arguments) {
   return 0;
 }
 
+// The user's language as the library reads it ("AppleLanguages", else the locale environment):
+// the short language, a tab and the localization folder that goes with it, "de\tGerman" or
+// "en\tEnglish".
+int RunLanguage(const Arguments& arguments) {
+  if (!arguments.empty()) return UsageError("usage: zr language");
+  CFStringRef language = NULL;
+  if (ZRCopyShortLanguageStringRef(&language, true) != noErr) return Failure("cannot read the user's languages");
+  std::printf("%s\t%s\n", Utf8(language).c_str(), ZRGetApplicationLanguageType() ? "German" : "English");
+  CFRelease(language);
+  return 0;
+}
+
 const Command kXattr("xattr", "xattr list|get|set|delete FILE [NAME [VALUE]] [--type T]",
                      "typed values in a file's extended attributes, as the library stores them", RunXattr);
 const Command kPath("path", "path tilde|expand|from-hfs PATH", "a path as a tilde path, expanded, or from an HFS path",
                     RunPath);
 const Command kSupportFolder("support-folder", "support-folder", "the application's support folder, made on first use",
                              RunSupportFolder);
+const Command kLanguage("language", "language",
+                        "the user's language and its localization, tab-separated: en English or de German",
+                        RunLanguage);
 
 }  // namespace
 }  // namespace zr::tool
