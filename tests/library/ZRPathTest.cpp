@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -45,6 +46,36 @@ class PathTest : public zrtest::LeakCheckedTest {
     if (result) CFRelease(result);
     CFRelease(string);
     return text;
+  }
+
+  // Runs the call with its 1st, 2nd, ... allocation failing, once logging and once not, until a
+  // call no longer reaches its failure: the quiet call writes nothing and ends as the logging one
+  // does. Returns how many of the logging calls wrote lines.
+  int ExpectQuietFailuresLikeLoudOnes(const std::function<OSStatus(CFStringRef*, Boolean)>& call) {
+    int logged = 0;
+    for (long n = 1; n < 40; ++n) {
+      NSAutoreleasePool pool;
+      log_.clear();
+      CFStringRef loud = nullptr;
+      ZRTestingFailAllocation(n);
+      OSStatus loudStatus = call(&loud, true);
+      bool reached = !ZRTestingFailurePending();
+      ZRTestingFailAllocation(0);
+      if (!log_.lines().empty()) ++logged;
+      log_.clear();
+      CFStringRef quiet = nullptr;
+      ZRTestingFailAllocation(n);
+      OSStatus quietStatus = call(&quiet, false);
+      ZRTestingFailAllocation(0);
+      EXPECT_EQ(quietStatus, loudStatus) << "allocation " << n;
+      EXPECT_EQ(quiet == nullptr, loud == nullptr) << "allocation " << n;
+      EXPECT_TRUE(log_.lines().empty()) << "allocation " << n << ": " << log_.lines().front();
+      if (loud) CFRelease(loud);
+      if (quiet) CFRelease(quiet);
+      if (!reached) break;
+    }
+    log_.clear();
+    return logged;
   }
 
   zrtest::LogCapture log_;
@@ -304,6 +335,49 @@ TEST_F(PathTest, NamesOfFileReferences) {
   EXPECT_EQ(Lines(), (std::vector<std::string>{
                          FormattedErrorLine("ZRCopyNameStringRefOfFSRef", format, static_cast<void*>(nullptr), &name),
                          FormattedErrorLine("ZRCopyNameStringRefOfFSRef", format, &ref, static_cast<void*>(nullptr))}));
+}
+
+TEST_F(PathTest, FailuresWithoutInLogWriteNothing) {
+  // Each function's allocation failures, which the tests above read the lines of.
+  EXPECT_GT(ExpectQuietFailuresLikeLoudOnes([](CFStringRef* out, Boolean log) {
+              return ZRCopyTildedPathStringRefOfPathBuffer("/tmp/x", out, log);
+            }),
+            0);
+  EXPECT_GT(ExpectQuietFailuresLikeLoudOnes([](CFStringRef* out, Boolean log) {
+              return ZRCopyTildedPathStringRefOfPathStringRef(CFSTR("/tmp/x"), out, log);
+            }),
+            0);
+  EXPECT_GT(ExpectQuietFailuresLikeLoudOnes([](CFStringRef* out, Boolean log) {
+              return ZRCopyPathStringRefOfTildedPathStringRef(CFSTR("~/x"), out, log);
+            }),
+            0);
+  EXPECT_GT(ExpectQuietFailuresLikeLoudOnes([](CFStringRef* out, Boolean log) {
+              return ZRCopyPathStringRefOfHFSPathStringRef(CFSTR("Linux:a:b"), out, log);
+            }),
+            0);
+  std::string folder = zrtest::MakeTemporaryFolder("ZRPathTest");
+  ASSERT_TRUE(zrtest::WriteFile(folder + "/q.txt", "x"));
+  FSRef ref;
+  ASSERT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>((folder + "/q.txt").c_str()), &ref, nullptr), noErr);
+  EXPECT_GT(ExpectQuietFailuresLikeLoudOnes(
+                [&ref](CFStringRef* out, Boolean log) { return ZRCopyNameStringRefOfFSRef(&ref, out, log); }),
+            0);
+  ASSERT_TRUE(zrtest::RemoveFolder(folder));
+  // Bad arguments, each one alone.
+  CFStringRef full = CFSTR("full");
+  CFStringRef out = nullptr;
+  EXPECT_FALSE(ZRPathBufferHasLastPathComponentBuffer(nullptr, nullptr, false));
+  EXPECT_EQ(ZRCopyTildedPathStringRefOfPathBuffer(nullptr, &out, false), paramErr);
+  EXPECT_EQ(ZRCopyTildedPathStringRefOfPathBuffer("/a", &full, false), paramErr);
+  EXPECT_EQ(ZRCopyTildedPathStringRefOfPathStringRef(nullptr, &out, false), paramErr);
+  EXPECT_EQ(ZRCopyTildedPathStringRefOfPathStringRef(CFSTR("/a"), &full, false), paramErr);
+  EXPECT_EQ(ZRCopyPathStringRefOfTildedPathStringRef(nullptr, &out, false), paramErr);
+  EXPECT_EQ(ZRCopyPathStringRefOfTildedPathStringRef(CFSTR("~/x"), &full, false), paramErr);
+  EXPECT_EQ(ZRCopyPathStringRefOfHFSPathStringRef(nullptr, &out, false), paramErr);
+  EXPECT_EQ(ZRCopyPathStringRefOfHFSPathStringRef(CFSTR("a:b"), &full, false), paramErr);
+  EXPECT_EQ(ZRCopyNameStringRefOfFSRef(nullptr, &out, false), paramErr);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_TRUE(log_.lines().empty());
 }
 
 }  // namespace
