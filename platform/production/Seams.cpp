@@ -6,6 +6,10 @@ namespace zrp {
 
 bool AllocationAllowed() { return true; }
 
+ProgramAllocations::ProgramAllocations() = default;
+
+ProgramAllocations::~ProgramAllocations() = default;
+
 void ObjectCreated() {}
 
 void ObjectDestroyed() {}

@@ -160,6 +160,26 @@ TEST(CFStringCxxAllocation, CreatingFunctionsGiveNull) {
   CFRelease(text);
 }
 
+// A literal is made on its first use whatever a test has armed: neither seam counts it, and the
+// failure stays armed for the call the test meant.
+TEST(CFStringCxxAllocation, ConstantStringsAreNotTheCallsAllocations) {
+  for (int seam = 0; seam < 2; ++seam) {
+    if (seam == 0) {
+      ZRTestingFailCxxAllocation(1);
+    } else {
+      ZRTestingFailAllocation(1);
+    }
+    CFStringRef made =
+        seam == 0 ? CFSTR("made on first use under the C++ seam") : CFSTR("made on first use under the seam");
+    bool pending = seam == 0 ? ZRTestingCxxFailurePending() : ZRTestingFailurePending();
+    ZRTestingFailCxxAllocation(0);
+    ZRTestingFailAllocation(0);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(Utf8(made), seam == 0 ? "made on first use under the C++ seam" : "made on first use under the seam");
+    EXPECT_TRUE(pending);
+  }
+}
+
 TEST(CFStringCxxAllocation, EditsLeaveTheStringAsItWas) {
   CFMutableStringRef string = Mutable("abc");
   CFStringRef inserted = CFSTR("0123456789012345678901234567890123456789");

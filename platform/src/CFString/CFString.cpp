@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 #include <unordered_map>
 
 #include "CFString/StringImpl.h"
 #include "runtime/Characters.h"
+#include "runtime/Checks.h"
 #include "runtime/NoThrow.h"
 
 using zrp::CreateMutableString;
@@ -113,6 +115,8 @@ std::string ToUTF8(CFStringRef string) {
 namespace zrp {
 
 CFStringRef InternedString(std::string_view text) {
+  // Part of the program, like the literals it mostly stands for: no test seam fails it.
+  ProgramAllocations programOwn;
   static std::mutex mutex;
   // Never freed: the strings live as long as the process.
   static auto* table = new std::unordered_map<std::string, CFStringRef>();
@@ -150,7 +154,14 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
   thread_local CacheEntry cache[64] = {};
   CacheEntry& entry = cache[(reinterpret_cast<uintptr_t>(cStr) >> 3) & 63];
   if (entry.literal == cStr) return entry.string;
-  CFStringRef string = zrp::InternedString(cStr);
+  // A literal has no way to fail on the platform, and its callers none to see a failure: the
+  // process stops when there is no memory left to make one.
+  CFStringRef string = nullptr;
+  try {
+    string = zrp::InternedString(cStr);
+  } catch (const std::bad_alloc&) {
+    zrp::HaltWith("CFSTR", "out of memory");
+  }
   entry = {cStr, string};
   return string;
 }

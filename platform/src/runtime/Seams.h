@@ -12,6 +12,16 @@ namespace zrp {
 // (false when a test armed a failure for it).
 bool AllocationAllowed();
 
+// While one lives on a thread, the thread's allocations are the program's own (constant strings
+// interned on first use, like literals): no seam counts them or makes them fail.
+class ProgramAllocations {
+ public:
+  ProgramAllocations();
+  ~ProgramAllocations();
+  ProgramAllocations(const ProgramAllocations&) = delete;
+  ProgramAllocations& operator=(const ProgramAllocations&) = delete;
+};
+
 // Called when a counted object comes to life and when it is freed (or made immortal).
 void ObjectCreated();
 void ObjectDestroyed();
