@@ -372,7 +372,9 @@ TEST_F(NSKeyedArchiverTest, FailedContainerGrowthGivesNilNeverAnIncompleteArchiv
     id back = ns::unarchiveObjectWithData(good);
     complete = ZRTestingCxxFailurePending();
     ZRTestingFailCxxAllocation(0);
-    if (back) EXPECT_TRUE(CFEqual(back, sample)) << "allocation " << n;
+    if (back) {
+      EXPECT_TRUE(CFEqual(back, sample)) << "allocation " << n;
+    }
   }
   EXPECT_TRUE(complete);
   CFRelease(sample);
