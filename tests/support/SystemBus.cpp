@@ -95,7 +95,9 @@ PrivateSystemBus::PrivateSystemBus(bool withLogind) {
     return;
   }
   daemon_ = Start({"/usr/bin/dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + config}, address_);
-  if (daemon_ <= 0 || !WaitFor([&] { return access(socket.c_str(), F_OK) == 0; })) return;
+  // The socket's file appears when the daemon binds it, a moment before it listens: ready is when
+  // the bus itself answers for its own name.
+  if (daemon_ <= 0 || !WaitFor([&] { return NameHasOwner(address_, "org.freedesktop.DBus"); })) return;
   setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
   if (withLogind) {
     logind_ =
