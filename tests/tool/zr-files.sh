@@ -5,21 +5,10 @@
 # `zr defaults write` or as a property-list file, and else the locale environment.
 set -u
 zr=$1
-failures=0
+source "$(dirname "${BASH_SOURCE[0]}")/checks.sh"
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/zr-files.XXXXXX") || exit 1
 trap 'rm -rf "$scratch"' EXIT
 
-expect() {  # expect EXPECTED-OUTPUT EXPECTED-STATUS COMMAND...
-  local expected=$1 status=$2
-  shift 2
-  local output actual
-  output=$("$@" 2>/dev/null)
-  actual=$?
-  if [[ "$output" != "$expected" || "$actual" != "$status" ]]; then
-    printf 'FAIL: %s\n  expected [%s] status %s\n  got      [%s] status %s\n' "$*" "$expected" "$status" "$output" "$actual"
-    failures=$((failures + 1))
-  fi
-}
 check() {  # check DESCRIPTION COMMAND...
   if ! "${@:2}"; then
     printf 'FAIL: %s\n' "$1"
@@ -28,21 +17,21 @@ check() {  # check DESCRIPTION COMMAND...
 }
 
 data=$scratch/data
-expect "$data/Korvane" 0 env XDG_DATA_HOME="$data" "$zr" support-folder
+expect_run "$data/Korvane" 0 env XDG_DATA_HOME="$data" "$zr" support-folder
 check "the support folder is a folder" test -d "$data/Korvane"
 check "the data folder is the user's alone" test "$(stat -c %a "$data")" = 700
 touch "$data/Korvane/kept"
-expect "$data/Korvane" 0 env XDG_DATA_HOME="$data" "$zr" support-folder
+expect_run "$data/Korvane" 0 env XDG_DATA_HOME="$data" "$zr" support-folder
 check "the second run keeps what the folder holds" test -e "$data/Korvane/kept"
 
 # Without XDG_DATA_HOME the data folder is ~/.local/share.
-expect "$scratch/home/.local/share/Korvane" 0 env -u XDG_DATA_HOME HOME="$scratch/home" "$zr" support-folder
+expect_run "$scratch/home/.local/share/Korvane" 0 env -u XDG_DATA_HOME HOME="$scratch/home" "$zr" support-folder
 
 touch "$scratch/file"
-expect "" 1 env XDG_DATA_HOME="$scratch/file/data" "$zr" support-folder
+expect_run "" 1 env XDG_DATA_HOME="$scratch/file/data" "$zr" support-folder
 error=$(env XDG_DATA_HOME="$scratch/file/data" "$zr" support-folder 2>&1 >/dev/null)
 check "a failure names what went wrong [$error]" grep -q "FSFindFolder returns" <<<"$error"
-expect "" 2 env XDG_DATA_HOME="$data" "$zr" support-folder extra
+expect_run "" 2 env XDG_DATA_HOME="$data" "$zr" support-folder extra
 
 # The language: without the preference, the locale environment decides (LANGUAGE first, then
 # LC_ALL, LC_MESSAGES and LANG); a language other than the two gives English.
@@ -56,7 +45,7 @@ language() {  # language EXPECTED-OUTPUT EXPECTED-STATUS [VARIABLE=VALUE...] [--
     shift
   done
   (($# > 0)) && shift
-  expect "$expected" "$status" env -u LANGUAGE -u LC_ALL -u LC_MESSAGES -u LANG XDG_CONFIG_HOME="$config" \
+  expect_run "$expected" "$status" env -u LANGUAGE -u LC_ALL -u LC_MESSAGES -u LANG XDG_CONFIG_HOME="$config" \
     HOME="$scratch/home" "${variables[@]}" "$zr" language "$@"
 }
 tab=$'\t'
@@ -96,8 +85,4 @@ check "a failure names what went wrong [$error]" \
 language "" 2 LANG=de_DE.UTF-8 -- extra
 check "the usage names the command" grep -q "usage: zr language" <<<"$("$zr" language extra 2>&1)"
 
-if ((failures > 0)); then
-  echo "$failures failed"
-  exit 1
-fi
-echo "all passed"
+finish_checks "zr support-folder and language"
