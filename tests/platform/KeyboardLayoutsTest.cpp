@@ -142,6 +142,33 @@ TEST_F(KeyboardLayoutsTest, EachLayoutIsCompiledOnceAndKeepsItsIdentity) {
   EXPECT_EQ(GetScriptVariable(GetScriptManagerVariable(smKeyScript), smScriptKeys), usIdentifier);
 }
 
+// Compiling a layout fills C++ containers: a failing allocation gives memFullErr (the
+// layout is then compiled on a later call), never an exception.
+TEST_F(KeyboardLayoutsTest, AFailedAllocationWhileCompilingIsMemFullErr) {
+  setenv("XKB_DEFAULT_LAYOUT", "it", 1);
+  bool failed = false;
+  bool done = false;
+  // Every one of the first allocations, then every seventh: a compilation makes some 800.
+  for (long n = 1; n <= 100000 && !done; n += n < 64 ? 1 : 7) {
+    ZRTestingFailCxxAllocation(n);
+    KeyboardLayoutRef layout = NULL;
+    OSStatus status = KLGetCurrentKeyboardLayout(&layout);
+    done = ZRTestingCxxFailurePending();
+    ZRTestingFailCxxAllocation(0);
+    if (status == noErr) {
+      EXPECT_TRUE(done) << "allocation " << n;
+      EXPECT_EQ(Name(layout), "it") << "allocation " << n;
+      done = true;
+    } else {
+      ASSERT_EQ(status, memFullErr) << "allocation " << n;
+      EXPECT_EQ(layout, nullptr);
+      failed = true;
+    }
+  }
+  EXPECT_TRUE(failed);
+  EXPECT_TRUE(done);
+}
+
 TEST_F(KeyboardLayoutsTest, UnknownLayoutCannotBeHad) {
   setenv("XKB_DEFAULT_LAYOUT", "zz-no-such-layout", 1);
   KeyboardLayoutRef layout = NULL;

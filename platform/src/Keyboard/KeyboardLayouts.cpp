@@ -24,6 +24,7 @@
 #include "CFString/StringImpl.h"
 #include "Keyboard/KeyCodes.h"
 #include "runtime/Files.h"
+#include "runtime/NoThrow.h"
 
 // A compiled or presented layout. References stay valid for the life of the process.
 struct OpaqueKeyboardLayoutRef {
@@ -593,13 +594,17 @@ using namespace zrp::keyboard;
 
 extern "C" {
 
+// Finding the current layout may compile it, in containers that can fail to allocate: such a
+// failure is memFullErr (or no layout), never an exception through the C callers.
 OSStatus KLGetCurrentKeyboardLayout(KeyboardLayoutRef* oKeyboardLayout) {
   if (!oKeyboardLayout) return paramErr;
-  std::lock_guard<std::mutex> lock(gMutex);
-  OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
-  if (!layout) return resNotFound;
-  *oKeyboardLayout = layout;
-  return noErr;
+  return zrp::CatchOutOfMemory<OSStatus>(memFullErr, [&]() -> OSStatus {
+    std::lock_guard<std::mutex> lock(gMutex);
+    OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
+    if (!layout) return resNotFound;
+    *oKeyboardLayout = layout;
+    return noErr;
+  });
 }
 
 OSStatus KLGetKeyboardLayoutProperty(KeyboardLayoutRef iKeyboardLayout, KeyboardLayoutPropertyTag iPropertyTag,
@@ -645,12 +650,16 @@ long GetScriptManagerVariable(short selector) {
 
 long GetScriptVariable(short script, short selector) {
   if (script != smRoman || selector != smScriptKeys) return 0;
-  std::lock_guard<std::mutex> lock(gMutex);
-  OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
-  return layout ? layout->identifier : 0;
+  return zrp::CatchOutOfMemory<long>(0, [&]() -> long {
+    std::lock_guard<std::mutex> lock(gMutex);
+    OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
+    return layout ? layout->identifier : 0;
+  });
 }
 
-Handle GetResource(ResType theType, ResID theID) {
+// The resource of that type and number among the layouts: the current one first, then every
+// other from the newest. Sets ResError's status.
+static Handle FindResource(ResType theType, ResID theID) {
   std::lock_guard<std::mutex> lock(gMutex);
   Registry& registry = TheRegistry();
   // The current layout first, then every other layout from the newest.
@@ -672,12 +681,21 @@ Handle GetResource(ResType theType, ResID theID) {
   return nullptr;
 }
 
+Handle GetResource(ResType theType, ResID theID) {
+  tResError = memFullErr;
+  return zrp::CatchOutOfMemory<Handle>(nullptr, [&]() -> Handle { return FindResource(theType, theID); });
+}
+
 OSErr ResError(void) { return tResError; }
 
 UInt8 LMGetKbdType(void) {
-  std::lock_guard<std::mutex> lock(gMutex);
-  OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
-  const std::string model = layout ? layout->model : "pc105";
+  // A model that cannot be read (no memory to compile the layout) is the common pc105.
+  std::string model = zrp::CatchOutOfMemory<std::string>(std::string(), [&]() -> std::string {
+    std::lock_guard<std::mutex> lock(gMutex);
+    OpaqueKeyboardLayoutRef* layout = CurrentLayoutLocked();
+    return layout ? layout->model : std::string();
+  });
+  if (model.empty()) model = "pc105";
   if (model.rfind("jp", 0) == 0) return 42;
   if (model == "pc101" || model == "pc104" || model == "pc104alt" || model == "pc86") return 40;
   return 41;
