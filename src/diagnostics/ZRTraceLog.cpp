@@ -101,6 +101,27 @@ class Utf8Text {
   const char* text_ = NULL;
 };
 
+// "[clock] KIND base<separator>object (line)": the line of a drawing or deallocating object, the
+// object written with objectFormat ("%p" or "%@"). Nothing is written when a part cannot be made.
+void ObjectLine(const char* inFileBuffer, int inLine, id inObject, CFStringRef objectFormat, const char* kind,
+                const char* separator) {
+  if (!inFileBuffer || !inObject) return;
+
+  CFStringRef objectStringRef = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, objectFormat, inObject);
+  ZR_CLEANUP { ZRDestroyStringRef(&objectStringRef); };
+  if (!objectStringRef) return;
+
+  CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
+  WallClock clock = TakeWallClock();
+  BaseName name = FindBaseName(inFileBuffer);
+  if (!name.usable()) return;
+
+  Utf8Text object(objectStringRef);
+  if (!object.get()) return;
+  printf("[%s.%0*.0f] %s %.*s%s%s (%i)\n", clock.text, 3, Milliseconds(now), kind, name.length(),
+         inFileBuffer + name.first(), separator, object.get(), inLine);
+}
+
 }  // namespace
 
 void ZRNoteLogMethod(const char* inFileBuffer, int inLine, CFStringRef inFormatStringRef, ...) {
@@ -156,39 +177,11 @@ void ZRInitLogMethod(const char* inFileBuffer, int inLine, const char* inMethodB
 }
 
 void ZRDrawLogMethod(const char* inFileBuffer, int inLine, id inObject) {
-  if (!inFileBuffer || !inObject) return;
-
-  CFStringRef objectStringRef = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%p"), inObject);
-  ZR_CLEANUP { ZRDestroyStringRef(&objectStringRef); };
-  if (!objectStringRef) return;
-
-  CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
-  WallClock clock = TakeWallClock();
-  BaseName name = FindBaseName(inFileBuffer);
-  if (!name.usable()) return;
-
-  Utf8Text object(objectStringRef);
-  if (!object.get()) return;
-  printf("[%s.%0*.0f] DRAW %.*s.%s (%i)\n", clock.text, 3, Milliseconds(now), name.length(),
-         inFileBuffer + name.first(), object.get(), inLine);
+  ObjectLine(inFileBuffer, inLine, inObject, CFSTR("%p"), "DRAW", ".");
 }
 
 void ZRDeallocLogMethod(const char* inFileBuffer, int inLine, id inObject) {
-  if (!inFileBuffer || !inObject) return;
-
-  CFStringRef objectStringRef = CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@"), inObject);
-  ZR_CLEANUP { ZRDestroyStringRef(&objectStringRef); };
-  if (!objectStringRef) return;
-
-  CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
-  WallClock clock = TakeWallClock();
-  BaseName name = FindBaseName(inFileBuffer);
-  if (!name.usable()) return;
-
-  Utf8Text object(objectStringRef);
-  if (!object.get()) return;
-  printf("[%s.%0*.0f] DEALLOC %.*s %s (%i)\n", clock.text, 3, Milliseconds(now), name.length(),
-         inFileBuffer + name.first(), object.get(), inLine);
+  ObjectLine(inFileBuffer, inLine, inObject, CFSTR("%@"), "DEALLOC", " ");
 }
 
 void ZRLogCMethod(const char* inFileBuffer, int inLine, const char* inFunctionBuffer) {

@@ -17,42 +17,16 @@
 #include <vector>
 
 #include "CFPreferences/PreferencesImpl.h"
+#include "TemporaryHome.h"
 #include "TestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// Set up before main runs, so that no preferences call of any kind can see the real folders.
-struct TemporaryHome {
-  TemporaryHome() {
-    char pattern[] = "/tmp/CFPreferencesTest.XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    root = made;
-    config = root + "/config";
-    fs::create_directories(config);
-    setenv("HOME", root.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-  }
-  ~TemporaryHome() {
-    std::error_code ignored;
-    fs::remove_all(root, ignored);
-  }
-  std::string root;
-  std::string config;
-};
+using zrtest::Home;
 
-TemporaryHome& Home() {
-  static TemporaryHome home;
-  return home;
-}
-const TemporaryHome& kHomeMadeEarly = Home();
-
-void WriteFile(const std::string& path, const std::string& contents) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << contents;
-}
+using zrtest::WriteFile;
 
 std::string Plist(const std::string& body) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n" + body + "\n</plist>\n";

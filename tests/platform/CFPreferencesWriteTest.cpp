@@ -21,37 +21,14 @@
 
 #include "CFBundle/BundleImpl.h"
 #include "CFPreferences/PreferencesImpl.h"
+#include "TemporaryHome.h"
 #include "TestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// Set up before main runs, so that no preferences call of any kind can see the real folders.
-struct TemporaryHome {
-  TemporaryHome() {
-    char pattern[] = "/tmp/CFPreferencesWriteTest.XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    root = made;
-    config = root + "/config";
-    fs::create_directories(config);
-    setenv("HOME", root.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-  }
-  ~TemporaryHome() {
-    std::error_code ignored;
-    fs::remove_all(root, ignored);
-  }
-  std::string root;
-  std::string config;
-};
-
-TemporaryHome& Home() {
-  static TemporaryHome home;
-  return home;
-}
-const TemporaryHome& kHomeMadeEarly = Home();
+using zrtest::Home;
 
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
