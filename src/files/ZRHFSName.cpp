@@ -10,59 +10,73 @@
 // variables whose order the compiler would choose.
 #define ZR_CHARACTER(name, value) \
   ".globl " #name "\n.type " #name ", @object\n.size " #name ", 2\n" #name ":\n.short " #value "\n"
-__asm__(
-    ".pushsection .rodata\n.balign 2\n" ZR_CHARACTER(kCharacterDot, 0x002E) ZR_CHARACTER(
-        kCharacterNormalA, 0x0041) ZR_CHARACTER(kCharacterNormalB, 0x0042) ZR_CHARACTER(kCharacterNormalC, 0x0043)
-        ZR_CHARACTER(kCharacterNormalD, 0x0044) ZR_CHARACTER(kCharacterNormalE, 0x0045) ZR_CHARACTER(
-            kCharacterNormalF, 0x0046) ZR_CHARACTER(kCharacterNormalG, 0x0047) ZR_CHARACTER(kCharacterNormalH, 0x0048)
-            ZR_CHARACTER(kCharacterNormalI, 0x0049) ZR_CHARACTER(kCharacterNormalJ, 0x004A) ZR_CHARACTER(
-                kCharacterNormalK, 0x004B) ZR_CHARACTER(kCharacterNormalL, 0x004C) ZR_CHARACTER(kCharacterNormalM,
-                                                                                                0x004D)
-                ZR_CHARACTER(kCharacterNormalN, 0x004E) ZR_CHARACTER(kCharacterNormalO, 0x004F) ZR_CHARACTER(
-                    kCharacterNormalP, 0x0050) ZR_CHARACTER(kCharacterNormalQ, 0x0051) ZR_CHARACTER(kCharacterNormalR,
-                                                                                                    0x0052)
-                    ZR_CHARACTER(kCharacterNormalS, 0x0053) ZR_CHARACTER(kCharacterNormalT, 0x0054) ZR_CHARACTER(
-                        kCharacterNormalU, 0x0055) ZR_CHARACTER(kCharacterNormalV, 0x0056)
-                        ZR_CHARACTER(kCharacterNormalW,
-                                     0x0057) ZR_CHARACTER(kCharacterNormalX,
-                                                          0x0058) ZR_CHARACTER(kCharacterNormalY, 0x0059)
-                            ZR_CHARACTER(kCharacterNormalZ,
-                                         0x005A) ZR_CHARACTER(kCharacterNormal0,
-                                                              0x0030) ZR_CHARACTER(kCharacterNormal1, 0x0031)
-                                ZR_CHARACTER(kCharacterNormal2,
-                                             0x0032) ZR_CHARACTER(kCharacterNormal3,
-                                                                  0x0033) ZR_CHARACTER(kCharacterNormal4, 0x0034)
-                                    ZR_CHARACTER(kCharacterNormal5,
-                                                 0x0035) ZR_CHARACTER(kCharacterNormal6,
-                                                                      0x0036) ZR_CHARACTER(kCharacterNormal7, 0x0037)
-                                        ZR_CHARACTER(kCharacterNormal8,
-                                                     0x0038) ZR_CHARACTER(kCharacterNormal9,
-                                                                          0x0039) ZR_CHARACTER(kCharacterSmallA, 0x0061)
-                                            ZR_CHARACTER(kCharacterSmallB, 0x0062) ZR_CHARACTER(
-                                                kCharacterSmallC, 0x0063) ZR_CHARACTER(kCharacterSmallD, 0x0064)
-                                                ZR_CHARACTER(kCharacterSmallE, 0x0065) ZR_CHARACTER(
-                                                    kCharacterSmallF, 0x0066) ZR_CHARACTER(kCharacterSmallG, 0x0067)
-                                                    ZR_CHARACTER(kCharacterSmallH, 0x0068) ZR_CHARACTER(
-                                                        kCharacterSmallI, 0x0069) ZR_CHARACTER(kCharacterSmallJ, 0x006A)
-                                                        ZR_CHARACTER(kCharacterSmallK,
-                                                                     0x006B) ZR_CHARACTER(kCharacterSmallL, 0x006C)
-                                                            ZR_CHARACTER(kCharacterSmallM, 0x006D) ZR_CHARACTER(
-                                                                kCharacterSmallN, 0x006E) ZR_CHARACTER(kCharacterSmallO,
-                                                                                                       0x006F)
-                                                                ZR_CHARACTER(kCharacterSmallP, 0x0070) ZR_CHARACTER(
-                                                                    kCharacterSmallQ,
-                                                                    0x0071) ZR_CHARACTER(kCharacterSmallR, 0x0072)
-                                                                    ZR_CHARACTER(kCharacterSmallS, 0x0073) ZR_CHARACTER(
-                                                                        kCharacterSmallT,
-                                                                        0x0074) ZR_CHARACTER(kCharacterSmallU, 0x0075)
-                                                                        ZR_CHARACTER(kCharacterSmallV, 0x0076)
-                                                                            ZR_CHARACTER(kCharacterSmallW, 0x0077)
-                                                                                ZR_CHARACTER(kCharacterSmallX, 0x0078)
-                                                                                    ZR_CHARACTER(kCharacterSmallY,
-                                                                                                 0x0079)
-                                                                                        ZR_CHARACTER(
-                                                                                            kCharacterSmallZ,
-                                                                                            0x007A) ".popsection\n");
+// clang-format off
+__asm__(".pushsection .rodata\n.balign 2\n"
+        ZR_CHARACTER(kCharacterDot, 0x002E)
+        ZR_CHARACTER(kCharacterNormalA, 0x0041)
+        ZR_CHARACTER(kCharacterNormalB, 0x0042)
+        ZR_CHARACTER(kCharacterNormalC, 0x0043)
+        ZR_CHARACTER(kCharacterNormalD, 0x0044)
+        ZR_CHARACTER(kCharacterNormalE, 0x0045)
+        ZR_CHARACTER(kCharacterNormalF, 0x0046)
+        ZR_CHARACTER(kCharacterNormalG, 0x0047)
+        ZR_CHARACTER(kCharacterNormalH, 0x0048)
+        ZR_CHARACTER(kCharacterNormalI, 0x0049)
+        ZR_CHARACTER(kCharacterNormalJ, 0x004A)
+        ZR_CHARACTER(kCharacterNormalK, 0x004B)
+        ZR_CHARACTER(kCharacterNormalL, 0x004C)
+        ZR_CHARACTER(kCharacterNormalM, 0x004D)
+        ZR_CHARACTER(kCharacterNormalN, 0x004E)
+        ZR_CHARACTER(kCharacterNormalO, 0x004F)
+        ZR_CHARACTER(kCharacterNormalP, 0x0050)
+        ZR_CHARACTER(kCharacterNormalQ, 0x0051)
+        ZR_CHARACTER(kCharacterNormalR, 0x0052)
+        ZR_CHARACTER(kCharacterNormalS, 0x0053)
+        ZR_CHARACTER(kCharacterNormalT, 0x0054)
+        ZR_CHARACTER(kCharacterNormalU, 0x0055)
+        ZR_CHARACTER(kCharacterNormalV, 0x0056)
+        ZR_CHARACTER(kCharacterNormalW, 0x0057)
+        ZR_CHARACTER(kCharacterNormalX, 0x0058)
+        ZR_CHARACTER(kCharacterNormalY, 0x0059)
+        ZR_CHARACTER(kCharacterNormalZ, 0x005A)
+        ZR_CHARACTER(kCharacterNormal0, 0x0030)
+        ZR_CHARACTER(kCharacterNormal1, 0x0031)
+        ZR_CHARACTER(kCharacterNormal2, 0x0032)
+        ZR_CHARACTER(kCharacterNormal3, 0x0033)
+        ZR_CHARACTER(kCharacterNormal4, 0x0034)
+        ZR_CHARACTER(kCharacterNormal5, 0x0035)
+        ZR_CHARACTER(kCharacterNormal6, 0x0036)
+        ZR_CHARACTER(kCharacterNormal7, 0x0037)
+        ZR_CHARACTER(kCharacterNormal8, 0x0038)
+        ZR_CHARACTER(kCharacterNormal9, 0x0039)
+        ZR_CHARACTER(kCharacterSmallA, 0x0061)
+        ZR_CHARACTER(kCharacterSmallB, 0x0062)
+        ZR_CHARACTER(kCharacterSmallC, 0x0063)
+        ZR_CHARACTER(kCharacterSmallD, 0x0064)
+        ZR_CHARACTER(kCharacterSmallE, 0x0065)
+        ZR_CHARACTER(kCharacterSmallF, 0x0066)
+        ZR_CHARACTER(kCharacterSmallG, 0x0067)
+        ZR_CHARACTER(kCharacterSmallH, 0x0068)
+        ZR_CHARACTER(kCharacterSmallI, 0x0069)
+        ZR_CHARACTER(kCharacterSmallJ, 0x006A)
+        ZR_CHARACTER(kCharacterSmallK, 0x006B)
+        ZR_CHARACTER(kCharacterSmallL, 0x006C)
+        ZR_CHARACTER(kCharacterSmallM, 0x006D)
+        ZR_CHARACTER(kCharacterSmallN, 0x006E)
+        ZR_CHARACTER(kCharacterSmallO, 0x006F)
+        ZR_CHARACTER(kCharacterSmallP, 0x0070)
+        ZR_CHARACTER(kCharacterSmallQ, 0x0071)
+        ZR_CHARACTER(kCharacterSmallR, 0x0072)
+        ZR_CHARACTER(kCharacterSmallS, 0x0073)
+        ZR_CHARACTER(kCharacterSmallT, 0x0074)
+        ZR_CHARACTER(kCharacterSmallU, 0x0075)
+        ZR_CHARACTER(kCharacterSmallV, 0x0076)
+        ZR_CHARACTER(kCharacterSmallW, 0x0077)
+        ZR_CHARACTER(kCharacterSmallX, 0x0078)
+        ZR_CHARACTER(kCharacterSmallY, 0x0079)
+        ZR_CHARACTER(kCharacterSmallZ, 0x007A)
+        ".popsection\n");
+// clang-format on
 #undef ZR_CHARACTER
 
 namespace {
