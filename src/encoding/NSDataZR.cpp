@@ -5,10 +5,13 @@
 #include <openssl/buffer.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+
+#include "encoding/AsciiBlocks.h"
 
 namespace {
 
@@ -118,6 +121,112 @@ inline void EncodeGroup(const UInt8* b, size_t charCount, char* out) {
   for (size_t i = 0; i < charCount; ++i) out[i] = canonicalChars[c[i]];
 }
 
+// Whether a text of this many characters can be Base32: no whole number of bytes gives a
+// length that leaves 1, 3 or 6 when divided by 8.
+bool HasWholeBytes(size_t textLength) {
+  size_t lastGroup = textLength % 8;
+  return lastGroup != 1 && lastGroup != 3 && lastGroup != 6;
+}
+
+// Decodes `count` characters that start a group (and end the text, or a whole group) into
+// `out`; false when one of them is invalid or the final group has non-zero leftover bits.
+bool DecodeText(const UInt8* in, size_t count, UInt8* out) {
+  size_t remaining = count;
+  // Whole groups first, each in one step: the 40 bits of the group (first pair of characters
+  // highest), then its bytes in order.
+  const SInt16* pairDigits = remaining > 8 ? ThePairDigits() : nullptr;
+  while (remaining > 8) {
+    const SInt32 v[4] = {pairDigits[in[0] | (in[1] << 8)], pairDigits[in[2] | (in[3] << 8)],
+                         pairDigits[in[4] | (in[5] << 8)], pairDigits[in[6] | (in[7] << 8)]};
+    if ((v[0] | v[1] | v[2] | v[3]) < 0) return false;
+    uint64_t bits = (uint64_t(v[0]) << 30) | (uint64_t(v[1]) << 20) | (uint64_t(v[2]) << 10) | uint64_t(v[3]);
+    out[0] = static_cast<UInt8>(bits >> 32);
+    out[1] = static_cast<UInt8>(bits >> 24);
+    out[2] = static_cast<UInt8>(bits >> 16);
+    out[3] = static_cast<UInt8>(bits >> 8);
+    out[4] = static_cast<UInt8>(bits);
+    in += 8;
+    out += 5;
+    remaining -= 8;
+  }
+  // The last group, whole or not.
+  if (remaining > 0) {
+    SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    SInt32 invalid = 0;
+    for (size_t i = 0; i < remaining; ++i) {
+      d[i] = DigitOf(static_cast<char>(in[i]));
+      invalid |= d[i];
+    }
+    if (invalid < 0) return false;
+    out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
+    if (remaining == 8) {
+      out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+      out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+      out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
+      out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
+    } else {
+      // A final group of 2, 4, 5 or 7 characters gives 1 to 4 bytes; the low bits of its last
+      // character that no byte takes must be zero.
+      if (remaining >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
+      if (remaining >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
+      if (remaining >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
+      SInt32 leftover = remaining == 2   ? (d[1] & 3)
+                        : remaining == 4 ? (d[3] & 15)
+                        : remaining == 5 ? (d[4] & 1)
+                                         : (d[6] & 7);
+      if (leftover != 0) return false;
+    }
+  }
+  return true;
+}
+
+// The decoded bytes of a text of a given length, in one work buffer.
+class DecodedBytes {
+ public:
+  explicit DecodedBytes(size_t textLength)
+      : count_((5 * textLength) / 8), buffer_((count_ + 15) & ~static_cast<size_t>(15)) {}
+
+  // NULL when the heap could not give the buffer.
+  UInt8* bytes() const { return buffer_.bytes(); }
+
+  // The bytes as a data object, or nil. A buffer from the heap becomes the data's own block: a
+  // copy would write every byte again, into memory as fresh as the buffer's.
+  NSData* TakeData() {
+    if (void* heap = buffer_.release()) {
+      NSData* data = ns::dataWithBytesNoCopy(heap, count_);
+      if (!data) free(heap);
+      return data;
+    }
+    return ns::dataWithBytes(buffer_.bytes(), count_);
+  }
+
+ private:
+  size_t count_;
+  WorkBuffer buffer_;
+};
+
+// Decodes a text whose characters are all of the alphabet, read from the string a block at a
+// time, into *outData (nil when the memory for it cannot be had); false, with nothing made, for
+// any other text.
+bool DecodeAlphabetText(NSString* string, NSData** outData) {
+  zr::internal::AsciiBlocks text(string);
+  size_t length = text.length();
+  if (!HasWholeBytes(length)) return false;
+  DecodedBytes decoded(length);
+  UInt8* out = decoded.bytes();
+  if (out) {
+    // Every block but the last holds whole groups.
+    for (size_t position = 0; position < length; position += zr::internal::AsciiBlocks::kBlockSize) {
+      size_t count = std::min(length - position, zr::internal::AsciiBlocks::kBlockSize);
+      const UInt8* block = text.Block(position, count);
+      if (!block || !DecodeText(block, count, out)) return false;
+      out += count / 8 * 5;
+    }
+  }
+  *outData = out ? decoded.TakeData() : nil;
+  return true;
+}
+
 // Frees a memory object's buffer that the object does not own: its bytes without clearing
 // them, then the buffer itself. (The bytes are those the buffer holds now, in case the memory
 // object had to grow them.)
@@ -126,6 +235,87 @@ void FreeTextBuffer(BUF_MEM* textBuffer) {
   textBuffer->data = nullptr;
   BUF_MEM_free(textBuffer);
 }
+
+// The text of a string as the Base64 filter's source: the bytes of the string's ASCII C string,
+// that is its characters up to the first NUL character (where strlen would end the C string),
+// read from the string a request at a time. A request is always filled while characters remain,
+// as a memory object over the C string fills it, so the filter sees the same reads. Whether the
+// whole string has an ASCII form (without which there is no C string) is known once it has been
+// read to its end.
+class TextSource {
+ public:
+  explicit TextSource(CFStringRef string) : text_(string), end_(text_.length()) {}
+  TextSource(const TextSource&) = delete;
+  TextSource& operator=(const TextSource&) = delete;
+
+  // A new source object reading this text, or NULL.
+  BIO* NewObject() {
+    const BIO_METHOD* method = Method();
+    BIO* object = method ? BIO_new(method) : nullptr;
+    if (object) BIO_set_data(object, this);
+    return object;
+  }
+
+  // The number of characters of the string.
+  size_t length() const { return text_.length(); }
+
+  // Whether every character of the string is ASCII; reads what the filter left unread.
+  bool WasAscii() {
+    for (size_t position = position_; ascii_ && position < text_.length();
+         position += zr::internal::AsciiBlocks::kBlockSize) {
+      size_t count = std::min(text_.length() - position, zr::internal::AsciiBlocks::kBlockSize);
+      ascii_ = text_.Block(position, count) != nullptr;
+    }
+    return ascii_;
+  }
+
+ private:
+  static const BIO_METHOD* Method() {
+    static BIO_METHOD* method = [] {
+      int index = BIO_get_new_index();
+      BIO_METHOD* made = index < 0 ? nullptr : BIO_meth_new(index | BIO_TYPE_SOURCE_SINK, "string text");
+      if (made &&
+          (!BIO_meth_set_create(made, Create) || !BIO_meth_set_read(made, Read) || !BIO_meth_set_ctrl(made, Control))) {
+        BIO_meth_free(made);
+        made = nullptr;
+      }
+      return made;
+    }();
+    return method;
+  }
+
+  static int Create(BIO* object) {
+    BIO_set_init(object, 1);
+    return 1;
+  }
+
+  static long Control(BIO*, int command, long, void*) { return command == BIO_CTRL_FLUSH ? 1 : 0; }
+
+  // Up to `size` bytes of the text; 0 at its end (no retry: the text is all there).
+  static int Read(BIO* object, char* out, int size) {
+    auto* source = static_cast<TextSource*>(BIO_get_data(object));
+    BIO_clear_retry_flags(object);
+    if (size <= 0 || source->position_ >= source->end_) return 0;
+    size_t count = std::min(static_cast<size_t>(size), source->end_ - source->position_);
+    if (!source->text_.Copy(source->position_, count, reinterpret_cast<UInt8*>(out))) {
+      // No C string at all: the result will be empty whatever was read.
+      source->ascii_ = false;
+      source->end_ = source->position_;
+      return 0;
+    }
+    if (const void* nul = std::memchr(out, 0, count)) {
+      count = static_cast<size_t>(static_cast<const char*>(nul) - out);
+      source->end_ = source->position_ + count;
+    }
+    source->position_ += count;
+    return static_cast<int>(count);
+  }
+
+  zr::internal::AsciiBlocks text_;
+  size_t position_ = 0;
+  size_t end_;  // the first NUL character, or the string's length
+  bool ascii_ = true;
+};
 
 }  // namespace
 
@@ -178,74 +368,21 @@ NSString* base32String(NSData* self) {
 }
 
 NSData* dataWithBase32String(NSString* string) {
-  if (!string || !ns::canBeConvertedToEncoding(string, NSASCIIStringEncoding)) return nil;
+  if (!string) return nil;
+  // Text made only of the alphabet, the common case, is decoded from the string's characters
+  // a block at a time; any other text takes the whole path below, which may still decode it (a
+  // NUL character ends the C string, and so the text, early) or refuses it.
+  NSData* data = nil;
+  if (DecodeAlphabetText(string, &data)) return data;
+  if (!ns::canBeConvertedToEncoding(string, NSASCIIStringEncoding)) return nil;
   const char* text = ns::cStringUsingEncoding(string, NSASCIIStringEncoding);
   if (!text) return nil;
   size_t textLength = strlen(text);
-  size_t lastGroup = textLength % 8;
-  if (lastGroup == 1 || lastGroup == 3 || lastGroup == 6) return nil;
+  if (!HasWholeBytes(textLength)) return nil;
 
-  size_t byteCount = (5 * textLength) / 8;
-  WorkBuffer buffer((byteCount + 15) & ~static_cast<size_t>(15));
-  UInt8* out = buffer.bytes();
-  if (!out) return nil;
-
-  const UInt8* in = reinterpret_cast<const UInt8*>(text);
-  size_t remaining = textLength;
-  // Whole groups first, each in one step: the 40 bits of the group (first pair of characters
-  // highest), then its bytes in order.
-  const SInt16* pairDigits = remaining > 8 ? ThePairDigits() : nullptr;
-  while (remaining > 8) {
-    const SInt32 v[4] = {pairDigits[in[0] | (in[1] << 8)], pairDigits[in[2] | (in[3] << 8)],
-                         pairDigits[in[4] | (in[5] << 8)], pairDigits[in[6] | (in[7] << 8)]};
-    if ((v[0] | v[1] | v[2] | v[3]) < 0) return nil;
-    uint64_t bits = (uint64_t(v[0]) << 30) | (uint64_t(v[1]) << 20) | (uint64_t(v[2]) << 10) | uint64_t(v[3]);
-    out[0] = static_cast<UInt8>(bits >> 32);
-    out[1] = static_cast<UInt8>(bits >> 24);
-    out[2] = static_cast<UInt8>(bits >> 16);
-    out[3] = static_cast<UInt8>(bits >> 8);
-    out[4] = static_cast<UInt8>(bits);
-    in += 8;
-    out += 5;
-    remaining -= 8;
-  }
-  // The last group, whole or not.
-  while (remaining > 0) {
-    size_t count = remaining < 8 ? remaining : 8;
-    SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
-    SInt32 invalid = 0;
-    for (size_t i = 0; i < count; ++i) {
-      d[i] = DigitOf(static_cast<char>(in[i]));
-      invalid |= d[i];
-    }
-    if (invalid < 0) return nil;
-    out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
-    if (count == 8) {
-      out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-      out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-      out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
-      out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
-    } else {
-      // A final group of 2, 4, 5 or 7 characters gives 1 to 4 bytes; the low bits of its last
-      // character that no byte takes must be zero.
-      if (count >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-      if (count >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-      if (count >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
-      SInt32 leftover = count == 2 ? (d[1] & 3) : count == 4 ? (d[3] & 15) : count == 5 ? (d[4] & 1) : (d[6] & 7);
-      if (leftover != 0) return nil;
-    }
-    in += count;
-    out += 5;
-    remaining -= count;
-  }
-  // A buffer from the heap becomes the data's own block: a copy would write every byte again,
-  // into memory as fresh as the buffer's.
-  if (void* heap = buffer.release()) {
-    NSData* data = ns::dataWithBytesNoCopy(heap, byteCount);
-    if (!data) free(heap);
-    return data;
-  }
-  return ns::dataWithBytes(buffer.bytes(), byteCount);
+  DecodedBytes decoded(textLength);
+  if (!decoded.bytes() || !DecodeText(reinterpret_cast<const UInt8*>(text), textLength, decoded.bytes())) return nil;
+  return decoded.TakeData();
 }
 
 NSString* base64String(NSData* self) {
@@ -300,14 +437,10 @@ NSString* base64String(NSData* self) {
 NSData* dataWithBase64String(NSString* string) {
   NSMutableData* data = ns::mutableData();
   if (!data || !string) return data;
-  // Text that has no ASCII form cannot be Base64: it decodes to nothing.
-  const char* text = ns::cStringUsingEncoding(string, NSASCIIStringEncoding);
-  if (!text) return data;
-  size_t textLength = strlen(text);
-
-  // A negative length makes the memory object measure the NUL-terminated text itself, which
-  // also covers texts longer than an int can count.
-  BIO* memory = BIO_new_mem_buf(text, textLength > static_cast<size_t>(INT_MAX) ? -1 : static_cast<int>(textLength));
+  // The filter reads the text from the string itself, as the bytes of its ASCII C string (see
+  // TextSource), rather than from a copy of all of it.
+  TextSource source(string);
+  BIO* memory = source.NewObject();
   if (!memory) return data;
   BIO* base64 = BIO_new(BIO_f_base64());
   if (!base64) {
@@ -317,11 +450,27 @@ NSData* dataWithBase64String(NSString* string) {
   BIO_set_flags(base64, BIO_FLAGS_BASE64_NO_NL);
   BIO* chain = BIO_push(base64, memory);
 
-  UInt8 block[512];
-  int count;
-  while ((count = BIO_read(chain, block, sizeof(block))) > 0)
-    ns::appendBytes(data, block, static_cast<NSUInteger>(count));
+  // Every 4 characters give at most 3 bytes: the data is made that long at once (its zeros come
+  // from calloc, whose fresh pages are not written) and the filter reads into it, 512 bytes at a
+  // time, so that no block is copied to grow it, nor first into a buffer of its own. The length
+  // is set to what was read at the end.
+  constexpr size_t kReadSize = 512;
+  size_t size = source.length() / 4 * 3 + kReadSize;
+  size_t length = 0;
+  CFDataSetLength(data, static_cast<CFIndex>(size));
+  for (;;) {
+    if (length + kReadSize > size) {
+      size = 2 * size;
+      CFDataSetLength(data, static_cast<CFIndex>(size));
+    }
+    int count = BIO_read(chain, CFDataGetMutableBytePtr(data) + length, static_cast<int>(kReadSize));
+    if (count <= 0) break;
+    length += static_cast<size_t>(count);
+  }
+  CFDataSetLength(data, static_cast<CFIndex>(length));
   BIO_free_all(chain);
+  // Text that has no ASCII form cannot be Base64: it decodes to nothing.
+  if (!source.WasAscii()) CFDataSetLength(data, 0);
   return data;
 }
 

@@ -369,6 +369,65 @@ TEST_F(Base32Test, CategoryRoundTripsInputsLargerThanTheStack) {
   EXPECT_TRUE(Bytes(decoded) == bytes);
 }
 
+// A string of the UTF-16 units, NUL characters included.
+NSString* StringOfUnits(const std::u16string& units) {
+  CFStringRef string = CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                                    static_cast<CFIndex>(units.size()));
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
+// The category reads the text from the string a block of characters at a time: groups across
+// the blocks' ends decode as anywhere else; a character that is refused late in the text refuses
+// all of it; a NUL character ends the C string, and the text decodes up to it when the length
+// there is possible and nothing after it lacks an ASCII form.
+TEST_F(Base32Test, CategoryReadsLongTextsAsOneCString) {
+  std::mt19937 generator(33);
+  std::string bytes = RandomBytes(30000, &generator);
+  std::string text = ReferenceText(bytes);  // 48000 characters
+  for (size_t length : {16376u, 16384u, 16392u, 16386u, 32775u, 48000u}) {
+    NSAutoreleasePool pool;
+    std::u16string units(text.begin(), text.begin() + static_cast<long>(length));
+    NSData* data = ZR::dataWithBase32String(StringOfUnits(units));
+    size_t lastGroup = length % 8;
+    if (lastGroup == 1 || lastGroup == 3 || lastGroup == 6) {
+      EXPECT_EQ(data, nil) << length;
+      continue;
+    }
+    // A cut text's last character may carry bits no byte takes.
+    if (ReferenceText(ReferenceBytes(text, length)) != text.substr(0, length)) {
+      EXPECT_EQ(data, nil) << length;
+      continue;
+    }
+    ASSERT_NE(data, nil) << length;
+    EXPECT_TRUE(Bytes(data) == ReferenceBytes(text, length)) << length;
+  }
+  std::u16string whole(text.begin(), text.end());
+  for (size_t at : {16383u, 16384u, 47999u}) {
+    NSAutoreleasePool pool;
+    for (char16_t refused : {u'1', u'=', u'\u00e9'}) {
+      std::u16string units = whole;
+      units[at] = refused;
+      EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(units)), nil) << at;
+    }
+    // Cut by a NUL character at a possible length (a whole group), at an impossible one, and with
+    // a character without an ASCII form after it.
+    size_t group = at / 8 * 8;
+    std::u16string cut = whole;
+    cut[group] = u'\0';
+    cut[group + 3] = u'!';
+    NSData* data = ZR::dataWithBase32String(StringOfUnits(cut));
+    ASSERT_NE(data, nil) << at;
+    EXPECT_TRUE(Bytes(data) == ReferenceBytes(text, group)) << at;
+    cut[group] = u'A';
+    cut[group + 1] = u'\0';
+    EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(cut)), nil) << at;
+    cut[group + 1] = u'A';
+    cut[group] = u'\0';
+    cut[group + 3] = u'\u00e9';
+    EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(cut)), nil) << at;
+  }
+}
+
 TEST_F(Base32Test, CategoryGivesNilWhenAnAllocationFails) {
   std::string small = "foobar";
   std::string large(10000, 'x');  // its work buffers come from the heap

@@ -1,10 +1,13 @@
 // ZRBase64Test.cpp: the NSData category's Base64 methods: test vectors, one-line output,
 // decoding of every byte value, round trips and allocation failures.
 #include <gtest/gtest.h>
+#include <openssl/bio.h>
+#include <openssl/evp.h>
 
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "TestSupport.h"
 
@@ -145,6 +148,67 @@ TEST_F(Base64Test, RoundTripsALargeBuffer) {
   NSData* decoded = ZR::dataWithBase64String(text);
   ASSERT_NE(decoded, nil);
   EXPECT_TRUE(Bytes(decoded) == bytes);
+}
+
+// What the filter gives for a C string read through a memory object over it, 512 bytes at a
+// time: the decoder's result for a string whose ASCII C string that is.
+std::string FilterOverMemory(const std::string& cString) {
+  BIO* chain = BIO_push(BIO_new(BIO_f_base64()), BIO_new_mem_buf(cString.c_str(), -1));
+  BIO_set_flags(chain, BIO_FLAGS_BASE64_NO_NL);
+  std::string bytes;
+  char block[512];
+  int count;
+  while ((count = BIO_read(chain, block, sizeof block)) > 0) bytes.append(block, static_cast<size_t>(count));
+  BIO_free_all(chain);
+  return bytes;
+}
+
+// A string of the UTF-16 units, NUL characters included.
+NSString* StringOfUnits(const std::u16string& units) {
+  CFStringRef string = CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                                    static_cast<CFIndex>(units.size()));
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
+// The decoder reads the text from the string as the filter asks for it: whatever the text holds
+// and wherever (line breaks, padding or a stray character early or late, a NUL character, which
+// ends the C string, beyond the first blocks), the result is the filter's over the C string.
+TEST_F(Base64Test, DecodesAsTheFilterDoesOverTheCString) {
+  std::mt19937 generator(17);
+  std::string valid = Utf8(ZR::base64String(AutoreleasedData(RandomBytes(30000, &generator))));
+  std::vector<std::string> texts;
+  for (size_t at : {0u, 3u, 1023u, 1024u, 1025u, 16383u, 16384u, 39999u}) {
+    for (const std::string& inserted :
+         {std::string("\n"), std::string("="), std::string("=="), std::string("!"), std::string(" "),
+          std::string("\r\n"), std::string("-"), std::string(1, '\0')}) {
+      texts.push_back(valid.substr(0, at) + inserted + valid.substr(at));
+    }
+  }
+  texts.push_back(valid.substr(0, 20001));  // cut off inside a group
+  for (const std::string& text : texts) {
+    NSAutoreleasePool pool;
+    NSData* data = ZR::dataWithBase64String(StringOfUnits(std::u16string(text.begin(), text.end())));
+    ASSERT_NE(data, nil);
+    EXPECT_TRUE(Bytes(data) == FilterOverMemory(text)) << text.size() << " " << text.find_first_not_of(kAlphabet);
+  }
+}
+
+// A character outside ASCII anywhere, even after a NUL character or after text the filter gave up
+// on, leaves the string without a C string: nothing is decoded.
+TEST_F(Base64Test, TextWithoutAnAsciiFormDecodesToEmptyDataWhereverItIs) {
+  std::mt19937 generator(18);
+  std::string valid = Utf8(ZR::base64String(AutoreleasedData(RandomBytes(30000, &generator))));
+  for (char16_t earlier : {u'A', u'\0', u'!'}) {
+    for (size_t at : {5u, 16384u, 39990u}) {
+      NSAutoreleasePool pool;
+      std::u16string units(valid.begin(), valid.end());
+      units[at] = u'\u00e9';
+      units[at / 2] = earlier;
+      NSData* data = ZR::dataWithBase64String(StringOfUnits(units));
+      ASSERT_NE(data, nil);
+      EXPECT_EQ(ns::length(data), 0u) << at << " " << static_cast<int>(earlier);
+    }
+  }
 }
 
 TEST_F(Base64Test, EncoderGivesNilWhenTheStringCannotBeMade) {

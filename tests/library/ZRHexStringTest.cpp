@@ -299,10 +299,18 @@ TEST_F(HexTest, DecoderRefusesMissingArguments) {
   CFRelease(full);
 }
 
+// Plain ASCII text is read from the string itself; odd text is padded first, and text with a
+// backslash (or any character outside ASCII) goes through its lossless ASCII C buffer.
 TEST_F(HexTest, DecoderReportsEachAllocationThatFails) {
   const char* function = "ZRCopyDataRefOfHexStringRef";
-  for (const char* text : {"00abff", "0abff"}) {
-    CFStringRef string = zrtest::MakeString(text);
+  struct Case {
+    const char* text;
+    std::string bytes;
+  };
+  for (const Case& c : {Case{"00abff", std::string("\x00\xab\xff", 3)},
+                        Case{"0abff", std::string("\x00\xab\xff", 3)},       // padded to "00abff"
+                        Case{"\\0abff", std::string("\x00\x0a\xbf", 3)}}) {  // escaped as "\\\\0abff"
+    CFStringRef string = zrtest::MakeString(c.text);
     std::set<std::string> lines = FailureLines([&] {
       CFDataRef data = nullptr;
       OSStatus status = ZRCopyDataRefOfHexStringRef(string, true, &data);
@@ -311,18 +319,53 @@ TEST_F(HexTest, DecoderReportsEachAllocationThatFails) {
         EXPECT_EQ(data, nullptr);
         return false;
       }
-      EXPECT_EQ(Bytes(data), std::string("\x00\xab\xff", 3));  // "0abff" is padded to "00abff"
+      EXPECT_EQ(Bytes(data), c.bytes);
       CFRelease(data);
       return true;
     });
-    std::set<std::string> expected = {
-        FormattedErrorLine(function, CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)),
-        FormattedErrorLine(function, CFSTR("calloc returns NULL")),
-        FormattedErrorLine(function, CFSTR("CFDataCreate returns NULL"))};
-    if (std::strlen(text) % 2) expected.insert(FormattedErrorLine(function, CFSTR("hexStringRef is NULL")));
-    EXPECT_EQ(lines, expected) << text;
+    std::set<std::string> expected = {FormattedErrorLine(function, CFSTR("calloc returns NULL")),
+                                      FormattedErrorLine(function, CFSTR("CFDataCreate returns NULL"))};
+    if (std::strcmp(c.text, "00abff") != 0) {
+      expected.insert(
+          FormattedErrorLine(function, CFSTR("ZRCopyCBufferOfStringRef returns %i"), static_cast<int>(unknownErr)));
+    }
+    if (std::strlen(c.text) % 2) expected.insert(FormattedErrorLine(function, CFSTR("hexStringRef is NULL")));
+    EXPECT_EQ(lines, expected) << c.text;
     CFRelease(string);
   }
+}
+
+// The characters are read in blocks: pairs across the blocks' ends decode as anywhere else, and
+// a backslash or a character outside ASCII late in the text still sends all of it through the
+// escaped form.
+TEST_F(HexTest, DecodesLongTextsAcrossBlocks) {
+  std::mt19937 generator(61);
+  for (size_t length : {16382u, 16384u, 16386u, 32768u, 50000u}) {
+    std::string bytes = RandomBytes(length / 2, &generator);
+    CFDataRef data = MakeData(bytes);
+    CFMutableStringRef text = nullptr;
+    ASSERT_EQ(ZRCopyHexStringRefOfDataRef(data, false, &text), noErr);
+    CFRelease(data);
+    EXPECT_EQ(Decode(Utf8(text)), bytes) << length;
+    CFRelease(text);
+  }
+  // 50000 characters, one of them a backslash or an e with acute accent.
+  for (const char* late : {"\\", "\xc3\xa9"}) {
+    for (size_t at : {16383u, 16384u, 40000u}) {
+      std::string text(50000, '7');
+      text.replace(at, 1, late);
+      // The escaped form, as the C buffer holds it: the backslash doubled, the e as a backslash
+      // and three octal digits. Its first 50000 characters make the pairs.
+      std::string escaped(50000, '7');
+      escaped.replace(at, 1, late[0] == '\\' ? "\\\\" : "\\351");
+      std::string expected;
+      auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : 0; };
+      for (size_t i = 0; i < 25000; ++i)
+        expected += static_cast<char>((digit(escaped[2 * i]) << 4) | digit(escaped[2 * i + 1]));
+      EXPECT_EQ(Decode(text), expected) << at;
+    }
+  }
+  EXPECT_TRUE(log_.lines().empty());
 }
 
 TEST_F(HexTest, RoundTripsRandomBuffers) {
