@@ -708,4 +708,181 @@ TEST_F(ExtendedAttributeTest, AllocationFailuresOfTheWriters) {
   EXPECT_TRUE(log_.lines().empty());
 }
 
+// ----- Every failure, with and without inLog -----
+
+// Each ERROR line of the family past the argument checks (those are the tests above), reached
+// with inLog true, where the line is compared, and with inLog false, where none may be written.
+// "CFRetain returns NULL" is the one line no input reaches: what is retained there is a property
+// list that was just read, never NULL.
+TEST_F(ExtendedAttributeTest, EachFailureWritesItsLinesOnlyWithInLog) {
+  SetRaw("s", XMLPropertyList("<string>value</string>\n"));
+  SetRaw("i", XMLPropertyList("<integer>1</integer>\n"));
+  SetRaw("d", XMLPropertyList("<real>2.5</real>\n"));
+  SetRaw("p", XMLPropertyList("<real>0.1</real>\n"));
+  SetRaw("text", "not a property list <");
+  std::string missingFile = folder_ + "/missing";
+  const char* missing = missingFile.c_str();
+  NSString* unknown = ZRCarbonErrorString(unknownErr);
+  NSString* noFile = ZRErrnoErrorString(ENOENT);
+  const int unknownNumber = static_cast<int>(unknownErr);
+  CFDataRef data = MakeData("x");
+
+  const char* setData = "ZRSetExtendedAttributeDataRefOfPathBuffer";
+  const char* setPropertyList = "ZRSetExtendedAttributePropertyListRefOfPathBuffer";
+  const char* setNumberValue = "ZRSetExtendedAttributeNumberValueOfPathBuffer";
+  const char* copyData = "ZRCopyExtendedAttributeDataRefOfPathBuffer";
+  const char* copyPropertyList = "ZRCopyExtendedAttributePropertyListRefOfPathBuffer";
+  const char* copyString = "ZRCopyExtendedAttributeStringRefOfPathBuffer";
+  const char* copyNumber = "ZRCopyExtendedAttributeNumberRefOfPathBuffer";
+  const char* copyBoolean = "ZRCopyExtendedAttributeBooleanRefOfPathBuffer";
+  const std::string missingFileLine =
+      FormattedErrorLine(copyData, CFSTR("getxattr returns %@ for '%s'/'%s'"), noFile, "a", missing);
+  const std::string unparsableLine =
+      FormattedErrorLine(copyPropertyList, CFSTR("CFPropertyListCreateFromXMLData returns NULL"));
+  auto typeLine = [](const char* function, const char* typeFunction, CFTypeID found) {
+    std::string format = std::string("typeID is %i and not ") + typeFunction + "()";
+    CFStringRef formatRef = MakeString(format);
+    std::string line = FormattedErrorLine(function, formatRef, static_cast<int>(found));
+    CFRelease(formatRef);
+    return line;
+  };
+
+  auto expect = [&](const char* what, long allocation, OSStatus status, const std::vector<std::string>& lines,
+                    const std::function<OSStatus(Boolean)>& call) {
+    SCOPED_TRACE(what);
+    zrtest::ExpectFailureLinesOnlyWithInLog(&log_, allocation, status, lines, call);
+  };
+  // A reference getter's call: the status, with the slot checked to be empty on failure.
+  auto reference = [](auto getter, const char* path, const char* name) {
+    return [getter, path, name](Boolean inLog) {
+      CFTypeRef slot = nullptr;
+      OSStatus status = getter(path, name, &slot, inLog);
+      EXPECT_EQ(slot, nullptr);
+      if (slot) CFRelease(slot);
+      return status;
+    };
+  };
+  auto getData = [](const char* p, const char* n, CFTypeRef* o, Boolean l) {
+    return ZRCopyExtendedAttributeDataRefOfPathBuffer(p, n, reinterpret_cast<CFDataRef*>(o), l);
+  };
+  auto getPropertyList = [](const char* p, const char* n, CFTypeRef* o, Boolean l) {
+    return ZRCopyExtendedAttributePropertyListRefOfPathBuffer(p, n, o, l);
+  };
+  auto getString = [](const char* p, const char* n, CFTypeRef* o, Boolean l) {
+    return ZRCopyExtendedAttributeStringRefOfPathBuffer(p, n, reinterpret_cast<CFStringRef*>(o), l);
+  };
+  auto getNumber = [](const char* p, const char* n, CFTypeRef* o, Boolean l) {
+    return ZRCopyExtendedAttributeNumberRefOfPathBuffer(p, n, reinterpret_cast<CFNumberRef*>(o), l);
+  };
+  auto getBoolean = [](const char* p, const char* n, CFTypeRef* o, Boolean l) {
+    return ZRCopyExtendedAttributeBooleanRefOfPathBuffer(p, n, reinterpret_cast<CFBooleanRef*>(o), l);
+  };
+  // A value getter's call: its value compared with the one expected; the status is noErr.
+  auto value = [](auto getter, const char* path, const char* name, auto defaultValue, auto expected) {
+    return [=](Boolean inLog) {
+      EXPECT_EQ(getter(path, name, defaultValue, inLog), expected);
+      return static_cast<OSStatus>(noErr);
+    };
+  };
+  // The attribute "g" grows between the size query and the read.
+  ChangeBetweenReads change;
+  auto growing = [&](Boolean inLog) {
+    SetRaw("g", "short");
+    change = ChangeBetweenReads();
+    ZRTestingSetAttributeReadHook(ChangeOnSecondRead, &change);
+    OSStatus status = reference(getData, path_, "g")(inLog);
+    ZRTestingSetAttributeReadHook(nullptr, nullptr);
+    return status;
+  };
+
+  expect("setxattr of the data setter", 0, unknownErr,
+         {FormattedErrorLine(setData, CFSTR("setxattr returns %@ for '%s'/'%s'"), noFile, "a", missing)},
+         [&](Boolean inLog) { return ZRSetExtendedAttributeDataRefOfPathBuffer(missing, "a", data, inLog); });
+  expect("the XML data", 1, unknownErr,
+         {FormattedErrorLine(setPropertyList, CFSTR("CFPropertyListCreateXMLData returns NULL"))}, [&](Boolean inLog) {
+           return ZRSetExtendedAttributePropertyListRefOfPathBuffer(path_, "a", CFSTR("x"), inLog);
+         });
+  expect("setxattr of the property-list setter", 0, unknownErr,
+         {FormattedErrorLine(setPropertyList, CFSTR("setxattr returns %@ for '%s'/'%s'"), noFile, "a", missing)},
+         [&](Boolean inLog) { return ZRSetExtendedAttributeStringRefOfPathBuffer(missing, "a", CFSTR("x"), inLog); });
+  expect("the number", 1, unknownErr, {FormattedErrorLine(setNumberValue, CFSTR("CFNumberCreate returns NULL"))},
+         [&](Boolean inLog) { return ZRSetExtendedAttributeIntegerOfPathBuffer(path_, "a", 1, inLog); });
+  expect("the number's property list", 0, unknownErr,
+         {FormattedErrorLine(setPropertyList, CFSTR("setxattr returns %@ for '%s'/'%s'"), noFile, "a", missing),
+          FormattedErrorLine(setNumberValue, CFSTR("ZRSetExtendedAttributeNumberRefOfPathBuffer returns %i"),
+                             unknownNumber)},
+         [&](Boolean inLog) { return ZRSetExtendedAttributeDoubleOfPathBuffer(missing, "a", 1, inLog); });
+  expect("getxattr of the size", 0, unknownErr, {missingFileLine}, reference(getData, missing, "a"));
+  expect("the buffer", 1, unknownErr, {FormattedErrorLine(copyData, CFSTR("calloc returns NULL"))},
+         reference(getData, path_, "s"));
+  expect("getxattr of the bytes", 0, unknownErr,
+         {FormattedErrorLine(copyData, CFSTR("getxattr returns %@ for '%s'/'%s'"), ZRErrnoErrorString(ERANGE), "g",
+                             path_)},
+         growing);
+  expect("the data", 2, unknownErr, {FormattedErrorLine(copyData, CFSTR("CFDataCreate returns NULL"))},
+         reference(getData, path_, "s"));
+  expect("the property list's data", 0, unknownErr,
+         {missingFileLine, FormattedErrorLine(copyPropertyList,
+                                              CFSTR("ZRCopyExtendedAttributeDataRefOfPathBuffer returns %@"), unknown)},
+         reference(getPropertyList, missing, "a"));
+  expect("the property list", 0, unknownErr, {unparsableLine}, reference(getPropertyList, path_, "text"));
+  expect(
+      "the string's property list", 0, unknownErr,
+      {unparsableLine,
+       FormattedErrorLine(copyString, CFSTR("ZRCopyExtendedAttributePropertyListRefOfPathBuffer returns %@"), unknown)},
+      reference(getString, path_, "text"));
+  expect("a number read as a string", 0, unknownErr, {typeLine(copyString, "CFStringGetTypeID", CFNumberGetTypeID())},
+         reference(getString, path_, "i"));
+  expect("the number's property list", 0, unknownErr,
+         {unparsableLine,
+          FormattedErrorLine(copyNumber, CFSTR("ZRCopyExtendedAttributePropertyListRefOfPathBuffer returns %i"),
+                             unknownNumber)},
+         reference(getNumber, path_, "text"));
+  expect("a string read as a number", 0, unknownErr, {typeLine(copyNumber, "CFNumberGetTypeID", CFStringGetTypeID())},
+         reference(getNumber, path_, "s"));
+  expect("the Boolean's property list", 0, unknownErr,
+         {unparsableLine,
+          FormattedErrorLine(copyBoolean, CFSTR("ZRCopyExtendedAttributePropertyListRefOfPathBuffer returns %@"),
+                             unknown)},
+         reference(getBoolean, path_, "text"));
+  expect("a string read as a Boolean", 0, unknownErr,
+         {typeLine(copyBoolean, "CFBooleanGetTypeID", CFStringGetTypeID())}, reference(getBoolean, path_, "s"));
+
+  // The value getters give their default, or the approximation, and no status.
+  const std::string numberOfString = typeLine(copyNumber, "CFNumberGetTypeID", CFStringGetTypeID());
+  auto numberLine = [](const char* function) {
+    return FormattedErrorLine(function, CFSTR("ZRCopyExtendedAttributeNumberRefOfPathBuffer returns %i"),
+                              static_cast<int>(unknownErr));
+  };
+  auto lossyLine = [](const char* function) {
+    return FormattedErrorLine(function, CFSTR("CFNumberGetValue returns false, CFNumberGetType returns %i"),
+                              static_cast<int>(kCFNumberFloat64Type));
+  };
+  const char* getInteger = "ZRGetExtendedAttributeIntegerOfPathBuffer";
+  const char* getFloat = "ZRGetExtendedAttributeFloatOfPathBuffer";
+  const char* getDouble = "ZRGetExtendedAttributeDoubleOfPathBuffer";
+  const char* getCFIndex = "ZRGetExtendedAttributeCFIndexOfPathBuffer";
+  const char* getBool = "ZRGetExtendedAttributeBoolOfPathBuffer";
+  expect("a string read as an integer", 0, noErr, {numberOfString, numberLine(getInteger)},
+         value(ZRGetExtendedAttributeIntegerOfPathBuffer, path_, "s", 4, 4));
+  expect("a string read as a float", 0, noErr, {numberOfString, numberLine(getFloat)},
+         value(ZRGetExtendedAttributeFloatOfPathBuffer, path_, "s", 4.5f, 4.5f));
+  expect("a string read as a double", 0, noErr, {numberOfString, numberLine(getDouble)},
+         value(ZRGetExtendedAttributeDoubleOfPathBuffer, path_, "s", 5.5, 5.5));
+  expect("a string read as a CFIndex", 0, noErr, {numberOfString, numberLine(getCFIndex)},
+         value(ZRGetExtendedAttributeCFIndexOfPathBuffer, path_, "s", CFIndex{6}, CFIndex{6}));
+  expect(
+      "a string read as a Bool", 0, noErr,
+      {typeLine(copyBoolean, "CFBooleanGetTypeID", CFStringGetTypeID()),
+       FormattedErrorLine(getBool, CFSTR("ZRCopyExtendedAttributeBooleanRefOfPathBuffer returns %i"), unknownNumber)},
+      value(ZRGetExtendedAttributeBoolOfPathBuffer, path_, "s", Boolean{true}, Boolean{true}));
+  expect("2.5 as an integer", 0, noErr, {lossyLine(getInteger)},
+         value(ZRGetExtendedAttributeIntegerOfPathBuffer, path_, "d", 9, 2));
+  expect("2.5 as a CFIndex", 0, noErr, {lossyLine(getCFIndex)},
+         value(ZRGetExtendedAttributeCFIndexOfPathBuffer, path_, "d", CFIndex{9}, CFIndex{2}));
+  expect("0.1 as a float", 0, noErr, {lossyLine(getFloat)},
+         value(ZRGetExtendedAttributeFloatOfPathBuffer, path_, "p", 9.0f, 0.1f));
+  CFRelease(data);
+}
+
 }  // namespace

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <set>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -171,6 +171,7 @@ TEST_F(HFSNameTest, Suffixes) {
   EXPECT_TRUE(ZRHFSNameHasSuffix(&a, &empty, true));
   EXPECT_TRUE(log_.lines().empty());
   EXPECT_FALSE(ZRHFSNameHasSuffix(nullptr, &a, false));
+  EXPECT_FALSE(ZRHFSNameHasSuffix(&a, nullptr, false));
   EXPECT_TRUE(log_.lines().empty());
   EXPECT_FALSE(ZRHFSNameHasSuffix(nullptr, &a, true));
   EXPECT_FALSE(ZRHFSNameHasSuffix(&a, nullptr, true));
@@ -345,25 +346,86 @@ TEST_F(HFSNameTest, NamesWithSuffixesUnderAllocationFailures) {
     ASSERT_FALSE(lines.empty());
     CFRelease(name);
   }
-  std::set<std::string> seen;
-  for (const std::u16string& text : {std::u16string(u"report.txt"), std::u16string(u"plain"), longName}) {
-    CFStringRef name = MakeUnits(text);
-    for (long n = 1; n < 6; ++n) {
-      log_.clear();
-      CFStringRef out = nullptr;
-      ZRTestingFailAllocation(n);
-      if (ZRCopyNameStringRefByAddingSuffixStringRef(name, CFSTR(" 2"), true, &out, true) != noErr) {
-        for (const std::string& line : Lines()) seen.insert(line);
-      }
-      ZRTestingFailAllocation(0);
-      if (out) CFRelease(out);
-    }
-    CFRelease(name);
-  }
+}
+
+// Each ERROR line past the argument checks, with its failing allocation found by running the
+// steps before it, reached with inLog true (the line compared) and with inLog false (no line).
+TEST_F(HFSNameTest, EachFailureWritesItsLineOnlyWithInLog) {
+  auto allocationsOf = [](const std::function<CFTypeRef()>& step) {
+    ZRTestingResetAllocationCount();
+    CFTypeRef made = step();
+    long count = ZRTestingAllocationCount();
+    if (made) CFRelease(made);
+    return count;
+  };
+  auto substring = [&allocationsOf](CFStringRef string, CFIndex start, CFIndex length) {
+    return allocationsOf([=] { return CFStringCreateWithSubstring(nullptr, string, CFRangeMake(start, length)); });
+  };
   const char* function = "ZRCopyNameStringRefByAddingSuffixStringRef";
-  EXPECT_TRUE(seen.count(FormattedErrorLine(function, CFSTR("CFStringCreateCopy returns NULL"))));
-  EXPECT_TRUE(seen.count(FormattedErrorLine(function, CFSTR("CFStringCreateWithSubstring returns NULL"))));
-  EXPECT_TRUE(seen.count(FormattedErrorLine(function, CFSTR("CFStringCreateWithFormat returns NULL"))));
+  const std::vector<std::string> substringLine = {
+      FormattedErrorLine(function, CFSTR("CFStringCreateWithSubstring returns NULL"))};
+  const std::vector<std::string> formatLine = {
+      FormattedErrorLine(function, CFSTR("CFStringCreateWithFormat returns NULL"))};
+  auto withSuffix = [](CFStringRef name) {
+    return [name](Boolean inLog) {
+      CFStringRef out = nullptr;
+      OSStatus status = ZRCopyNameStringRefByAddingSuffixStringRef(name, CFSTR(" 2"), true, &out, inLog);
+      EXPECT_EQ(out, nullptr);
+      if (out) CFRelease(out);
+      return status;
+    };
+  };
+
+  // No extension: a copy of the name, then the result.
+  CFStringRef plain = MakeUnits(u"plain");
+  long copy = allocationsOf([=] { return CFStringCreateCopy(nullptr, plain); });
+  ASSERT_GT(copy, 0);
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, 1, unknownErr,
+                                          {FormattedErrorLine(function, CFSTR("CFStringCreateCopy returns NULL"))},
+                                          withSuffix(plain));
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, copy + 1, unknownErr, formatLine, withSuffix(plain));
+  CFRelease(plain);
+
+  // A base and an extension, each a substring, then the result.
+  CFStringRef report = MakeUnits(u"report.txt");
+  long base = substring(report, 0, 6);
+  long extension = substring(report, 7, 3);
+  ASSERT_GT(base, 0);
+  ASSERT_GT(extension, 0);
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, 1, unknownErr, substringLine, withSuffix(report));
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, base + 1, unknownErr, substringLine, withSuffix(report));
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, base + extension + 1, unknownErr, formatLine, withSuffix(report));
+  CFRelease(report);
+
+  // Only an extension ('.profile'), only a base ('name.').
+  CFStringRef profile = MakeUnits(u".profile");
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, 1, unknownErr, substringLine, withSuffix(profile));
+  CFRelease(profile);
+  CFStringRef name = MakeUnits(u"name.");
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, 1, unknownErr, substringLine, withSuffix(name));
+  CFRelease(name);
+
+  // A name that the suffix makes too long: its base is shortened, a third substring.
+  std::u16string longText = std::u16string(260, u'b') + u".txt";
+  CFStringRef longName = MakeUnits(longText);
+  long longBase = substring(longName, 0, 260);
+  long longExtension = substring(longName, 261, 3);
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log_, longBase + longExtension + 1, unknownErr, substringLine,
+                                          withSuffix(longName));
+  CFRelease(longName);
+
+  // The extension string of a catalog name.
+  HFSUniStr255 hfsName = Name(u"a.txt");
+  zrtest::ExpectFailureLinesOnlyWithInLog(
+      &log_, 1, unknownErr,
+      {FormattedErrorLine("ZRCopyExtensionStringRefOfHFSName", CFSTR("CFStringCreateWithCharacters returns NULL"))},
+      [&hfsName](Boolean inLog) {
+        CFStringRef out = nullptr;
+        OSStatus status = ZRCopyExtensionStringRefOfHFSName(&hfsName, &out, inLog);
+        EXPECT_EQ(out, nullptr);
+        if (out) CFRelease(out);
+        return status;
+      });
 }
 
 }  // namespace

@@ -128,6 +128,24 @@ TEST_F(PathTest, TildePaths) {
   EXPECT_TRUE(log_.lines().empty());
 }
 
+// The home path and the tilde path are made in a scratch buffer of 1024 bytes.
+TEST_F(PathTest, TildePathsInTheScratchBuffer) {
+  // A tilde path is cut to 1023 bytes.
+  std::string rest(2000, 'x');
+  EXPECT_EQ(Tilded(("/Users/anna/" + rest).c_str()), "~/" + rest.substr(0, 1021));
+  // A cut through a character leaves no UTF-8 text: the path comes back as it is.
+  std::string split = "/Users/anna/" + std::string(1020, 'x') + "ö";
+  EXPECT_EQ(Tilded(split.c_str()), split);
+  // A home path that does not fit is cut short too, and then matches no path; the formatting
+  // itself, which counts what it would have written, does not fail.
+  std::string login(1100, 'n');
+  ZRTestingSetLoginName(login.c_str());
+  std::string home = "/Users/" + login;
+  EXPECT_EQ(Tilded(home.c_str()), home);
+  EXPECT_EQ(Tilded((home + "/x").c_str()), home + "/x");
+  EXPECT_TRUE(log_.lines().empty());
+}
+
 TEST_F(PathTest, TildePathsOfStrings) {
   CFStringRef result = nullptr;
   EXPECT_EQ(ZRCopyTildedPathStringRefOfPathStringRef(CFSTR("/Users/anna/y"), &result, true), noErr);

@@ -94,6 +94,22 @@ void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRe
   ExpectFailuresHandled(ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending, limit, create, isComplete);
 }
 
+void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,
+                                     const std::vector<std::string>& lines,
+                                     const std::function<OSStatus(Boolean inLog)>& call) {
+  for (Boolean inLog : {true, false}) {
+    log->clear();
+    if (failingAllocation > 0) ZRTestingFailAllocation(failingAllocation);
+    EXPECT_EQ(call(inLog), status) << "inLog " << int{inLog};
+    if (failingAllocation > 0) {
+      EXPECT_FALSE(ZRTestingFailurePending()) << "allocation " << failingAllocation << " not reached";
+      ZRTestingFailAllocation(0);
+    }
+    EXPECT_EQ(WithoutLines(log->lines()), inLog ? lines : std::vector<std::string>()) << "inLog " << int{inLog};
+  }
+  log->clear();
+}
+
 std::string Utf8(CFTypeRef string) {
   if (!string) return "<NULL>";
   CFStringRef text = static_cast<CFStringRef>(string);

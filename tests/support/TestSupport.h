@@ -65,6 +65,15 @@ void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()
 void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
                                         const std::function<bool(CFTypeRef)>& isComplete = nullptr);
 
+// Runs `call` twice, first with inLog true and then false, each time with the n-th allocation on
+// this thread failing when failingAllocation > 0 (expecting that failure to be reached): expects
+// both runs to return `status`, the first to write exactly `lines` (compared without line numbers)
+// and the second to write nothing. The log is cleared before each run. `call` releases what it
+// made, and may check its out-parameters itself.
+void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,
+                                     const std::vector<std::string>& lines,
+                                     const std::function<OSStatus(Boolean inLog)>& call);
+
 // The string's characters as UTF-8; "<NULL>" for NULL, "<unconvertible>" when the characters
 // have no UTF-8 form (a lone surrogate). The text ends at the first NUL character.
 std::string Utf8(CFTypeRef string);
