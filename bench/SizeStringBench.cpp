@@ -1,8 +1,12 @@
 // SizeStringBench.cpp: the cost of one size string, ZRCopySizeStringRef against GLib's
 // g_format_size_full with binary units (what a GTK application would call), on the same sizes
-// in the same run. ZRCopySizeStringRef makes a new locale and a new number formatter on every
-// call, so this measures that whole path. The ratio of the two (goal: within 3x of GLib) is
-// printed after the table.
+// in the same run. ZRCopySizeStringRef makes a current locale and a number formatter on every
+// call, so this measures that whole path; what keeps it cheap is in the host: the current locale
+// object is handed out again while the user's settings stand, and each thread keeps the ICU
+// formatters it released, by locale, style and pattern, with no lock taken. The ratio of the
+// two (goal: at most GLib's time) is printed after the table; in one run on a busy 2-core
+// machine, 415 ns against GLib's 501 ns (0.83x), where the shared, locked formatter pool and
+// a new locale object per call gave 1.22x.
 #include <ZRFramework/ZRFramework.h>
 #include <benchmark/benchmark.h>
 #include <glib.h>
@@ -92,9 +96,9 @@ int main(int argc, char** argv) {
   auto glib = reporter.nanoseconds.find("BM_GFormatSize");
   if (ours != reporter.nanoseconds.end() && glib != reporter.nanoseconds.end()) {
     std::printf(
-        "ZRCopySizeStringRef %.0f ns of CPU per size, g_format_size_full %.0f ns: %.2fx GLib's time (goal: 3x or "
-        "less)\n",
-        ours->second, glib->second, ours->second / glib->second);
+        "ZRCopySizeStringRef %.0f ns of CPU per size, g_format_size_full %.0f ns: %.2fx GLib's time (goal: 1x or "
+        "less: %s)\n",
+        ours->second, glib->second, ours->second / glib->second, ours->second <= glib->second ? "met" : "not met");
   }
   return 0;
 }

@@ -86,7 +86,7 @@ TEST_F(CFLocaleTest, ChangedAppleLocaleIsSeenWithinASecond) {
   EXPECT_EQ(CurrentIdentifier(), "fr_CH");
 }
 
-TEST_F(CFLocaleTest, EachCurrentLocaleIsANewObjectOfTheLocaleType) {
+TEST_F(CFLocaleTest, CurrentLocalesAreLocalesOfTheSameIdentifier) {
   SetLocaleEnvironment({{"LANG", "de_DE.UTF-8"}});
   CFLocaleRef first = CFLocaleCopyCurrent();
   CFLocaleRef second = CFLocaleCopyCurrent();

@@ -264,6 +264,43 @@ TEST_F(CFNumberFormatterTest, ThreadsMakeFormattersAtOnce) {
   for (int t = 0; t < 4; ++t) EXPECT_EQ(results[t], expected[t]) << identifiers[t];
 }
 
+// A unit of its own for each pattern: letters without a meaning in patterns, unlike digits.
+std::string Unit(int decimals) { return "u" + std::string(static_cast<size_t>(decimals) + 1, 'x'); }
+
+// Released formatters are kept, a few by the thread that releases them and the rest in a pool
+// that every thread shares; a thread that ends gives its own to the pool. However they travel, a
+// formatter taken again is in the state it was asked for.
+TEST_F(CFNumberFormatterTest, FormattersReleasedOnAnEndedThreadKeepTheirPatterns) {
+  auto pattern = [](int decimals) {
+    return "#" + (decimals > 0 ? "." + std::string(static_cast<size_t>(decimals), '#') : std::string()) + " " +
+           Unit(decimals);
+  };
+  auto expected = [](int decimals) { return (decimals > 0 ? "1.5 " : "2 ") + Unit(decimals); };
+  CFLocaleRef english = CFLocaleCreate(kCFAllocatorDefault, CFSTR("en"));
+  std::vector<CFNumberFormatterRef> made;
+  for (int decimals = 0; decimals < 20; ++decimals) {
+    made.push_back(CFNumberFormatterCreate(kCFAllocatorDefault, english, kCFNumberFormatterDecimalStyle));
+    SetFormat(made.back(), pattern(decimals).c_str());
+  }
+  CFRelease(english);
+  std::thread releasing([&] {
+    for (CFNumberFormatterRef formatter : made) CFRelease(formatter);
+  });
+  releasing.join();
+  for (int round = 0; round < 2; ++round) {
+    for (int decimals = 19; decimals >= 0; --decimals) {
+      CFNumberFormatterRef formatter = Make("en");
+      EXPECT_EQ(Utf8(CFNumberFormatterGetFormat(formatter)), "#,##0.###") << decimals;
+      SetFormat(formatter, pattern(decimals).c_str());
+      EXPECT_EQ(Format(formatter, kCFNumberDoubleType, 1.5), expected(decimals)) << decimals;
+      CFNumberFormatterRef german = Make("de_DE");
+      SetFormat(german, pattern(decimals).c_str());
+      EXPECT_EQ(Format(german, kCFNumberDoubleType, 1.5), decimals > 0 ? "1,5 " + Unit(decimals) : expected(decimals))
+          << decimals;
+    }
+  }
+}
+
 TEST_F(CFNumberFormatterTest, FailedCreationLeavesNothingBehind) {
   CFLocaleRef locale = CFLocaleCreate(kCFAllocatorDefault, CFSTR("de_DE"));
   long live = ZRTestingLiveObjectCount();

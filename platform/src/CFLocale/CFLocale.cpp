@@ -3,7 +3,9 @@
 #include <CoreFoundation/CFLocale.h>
 #include <CoreFoundation/CFPreferences.h>
 
+#include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "CFLocale/CurrentLocale.h"
@@ -11,6 +13,30 @@
 #include "CFLocale/LocaleImpl.h"
 #include "CFString/StringImpl.h"
 #include "runtime/NoThrow.h"
+#include "runtime/Seams.h"
+
+namespace {
+
+// The one locale object of an identifier that has been current, made on first use: identifiers
+// are few, and a current locale is asked for over and over (a number formatted per call).
+CFLocaleRef CurrentLocaleOf(const std::string& identifier) {
+  static std::mutex mutex;
+  static auto* locales = new std::unordered_map<std::string, CFLocaleRef>();
+  std::lock_guard<std::mutex> lock(mutex);
+  auto found = locales->find(identifier);
+  if (found != locales->end()) return found->second;
+  auto* locale = new __CFLocale(identifier);
+  locale->makeImmortal();
+  try {
+    locales->emplace(identifier, locale);
+  } catch (...) {
+    delete locale;
+    throw;
+  }
+  return locale;
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -27,7 +53,19 @@ CFLocaleRef CFLocaleGetSystem(void) {
 
 CFLocaleRef CFLocaleCopyCurrent(void) {
   return zrp::CatchOutOfMemory<CFLocaleRef>(nullptr, [&]() -> CFLocaleRef {
-    return zrp::New<__CFLocale>(zrp::CurrentLocaleIdentifier(zrp::LocaleCategory::kNumbers));
+    // The platform keeps its current locale object and hands it out again while the user's
+    // settings stand; each thread keeps the one it was last given, and the current locale is
+    // one object per identifier, made once and never freed. Handing it out counts as making
+    // one, so that the failures of callers that make a locale can still be reached.
+    thread_local CFLocaleRef kept = nullptr;
+    thread_local zrp::CurrentLocaleStamp stamp;
+    if (!kept || !zrp::CurrentLocaleStillHolds(stamp)) {
+      zrp::CurrentLocaleStamp made;
+      kept = CurrentLocaleOf(zrp::CurrentLocaleIdentifier(zrp::LocaleCategory::kNumbers, &made));
+      stamp = made;
+    }
+    if (!zrp::AllocationAllowed()) return nullptr;
+    return kept;
   });
 }
 

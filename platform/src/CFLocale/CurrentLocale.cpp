@@ -33,6 +33,21 @@ struct Decision {
   std::string collation;
 };
 
+// A thread's copy of a decision. Kept only once both identifiers are copied, so that a failed
+// copy leaves no half-kept decision.
+struct ThreadDecision {
+  CurrentLocaleStamp stamp;
+  std::string numbers;
+  std::string collation;
+
+  void Keep(const CurrentLocaleStamp& made, const std::string& numbersMade, const std::string& collationMade) {
+    stamp = CurrentLocaleStamp();
+    numbers = numbersMade;
+    collation = collationMade;
+    stamp = made;
+  }
+};
+
 // Never destroyed: threads may still compare strings while the program exits.
 Decision& KeptDecision() {
   static auto* decision = new Decision();
@@ -42,10 +57,18 @@ Decision& KeptDecision() {
 }  // namespace
 
 std::string CurrentLocaleIdentifier(LocaleCategory category, CurrentLocaleStamp* stamp) {
+  // Each thread keeps the decision it was last given, so that a question asked over and over
+  // (a number formatted per call) takes no lock while the decision holds.
+  thread_local ThreadDecision mine;
+  if (CurrentLocaleStillHolds(mine.stamp)) {
+    if (stamp) *stamp = mine.stamp;
+    return category == LocaleCategory::kCollation ? mine.collation : mine.numbers;
+  }
   Decision& kept = KeptDecision();
   {
     std::lock_guard<std::mutex> lock(kept.mutex);
     if (CurrentLocaleStillHolds(kept.stamp)) {
+      mine.Keep(kept.stamp, kept.numbers, kept.collation);
       if (stamp) *stamp = kept.stamp;
       return category == LocaleCategory::kCollation ? kept.collation : kept.numbers;
     }
@@ -64,6 +87,7 @@ std::string CurrentLocaleIdentifier(LocaleCategory category, CurrentLocaleStamp*
     collation = EnvironmentLocale(LocaleCategory::kCollation);
   }
   std::string answer = category == LocaleCategory::kCollation ? collation : numbers;
+  mine.Keep(made, numbers, collation);
   {
     std::lock_guard<std::mutex> lock(kept.mutex);
     kept.stamp = made;

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -107,40 +109,87 @@ UNumberFormat* ClonePrototype(const char* localeName, CFNumberFormatterStyle sty
   return clone;
 }
 
+// The state an ICU formatter is in: made for a locale and a style, and then perhaps given a
+// pattern.
+struct FormatState {
+  std::string locale;
+  CFNumberFormatterStyle style = kCFNumberFormatterNoStyle;
+  bool patterned = false;
+  std::u16string pattern;
+};
+
+// A state looked for, by its parts (nothing is copied until a formatter in it is made).
+struct StateView {
+  std::string_view locale;
+  CFNumberFormatterStyle style;
+  bool patterned;
+  std::u16string_view pattern;
+
+  // The patterns are compared as bytes (char16_t's own comparison goes one unit at a time).
+  bool matches(const FormatState& state) const {
+    return style == state.style && patterned == state.patterned && pattern.size() == state.pattern.size() &&
+           locale == state.locale &&
+           (pattern.empty() ||
+            std::memcmp(pattern.data(), state.pattern.data(), pattern.size() * sizeof(char16_t)) == 0);
+  }
+  FormatState state() const { return FormatState{std::string(locale), style, patterned, std::u16string(pattern)}; }
+};
+
+// A free ICU formatter and the state it is in.
+struct FreeFormat {
+  FormatState state;
+  UNumberFormat* format = nullptr;
+};
+
 // Callers make a formatter, give it a pattern, format one number and release it, over and over
 // (a size string per call). Cloning a formatter and applying a pattern to it each time costs
 // ten times the formatting itself, so released ICU formatters are kept, by the state they are
-// in (locale, style and pattern), for the next formatter that wants that very state. Each ICU
-// formatter belongs to one CFNumberFormatter at a time, as ICU requires; the pool hands them
-// over under its lock.
+// in, for the next formatter that wants that very state. Each ICU formatter belongs to one
+// CFNumberFormatter at a time, as ICU requires; the pool hands them over under its lock.
 class RecycledFormats {
  public:
   // A formatter in the state, or NULL when none is free.
-  UNumberFormat* take(const std::u16string& state) {
+  UNumberFormat* take(const StateView& state) {
+    std::u16string key = Key(state);
     std::lock_guard<std::mutex> lock(mutex_);
-    auto found = free_.find(state);
+    auto found = free_.find(key);
     if (found == free_.end() || found->second.empty()) return nullptr;
     UNumberFormat* format = found->second.back();
     found->second.pop_back();
     return format;
   }
 
-  // Keeps the formatter for its state, or closes it when the pool is full.
-  void give(const std::u16string& state, UNumberFormat* format) {
-    {
+  // Keeps the formatter for its state, or closes it when the pool is full (or has no memory to
+  // keep it: formatters are given back from destructors, which must not throw).
+  void give(const FormatState& state, UNumberFormat* format) {
+    try {
+      std::u16string key = Key(StateView{state.locale, state.style, state.patterned, state.pattern});
       std::lock_guard<std::mutex> lock(mutex_);
-      auto found = free_.find(state);
+      auto found = free_.find(key);
       if (found == free_.end() && free_.size() < kMaxStates)
-        found = free_.emplace(state, std::vector<UNumberFormat*>()).first;
+        found = free_.emplace(std::move(key), std::vector<UNumberFormat*>()).first;
       if (found != free_.end() && found->second.size() < kMaxPerState) {
         found->second.push_back(format);
         return;
       }
+    } catch (const std::bad_alloc&) {
     }
     unum_close(format);
   }
 
  private:
+  // "<style>:<locale>" and then, once a pattern is set, "\n<pattern>".
+  static std::u16string Key(const StateView& state) {
+    std::string base = std::to_string(state.style) + ':';
+    base += state.locale;
+    std::u16string key(base.begin(), base.end());
+    if (state.patterned) {
+      key.push_back(u'\n');
+      key += state.pattern;
+    }
+    return key;
+  }
+
   // Enough for the patterns an application formats with, and for a few threads at once.
   static constexpr size_t kMaxStates = 128;
   static constexpr size_t kMaxPerState = 8;
@@ -153,11 +202,90 @@ RecycledFormats& Recycled() {
   return *pool;
 }
 
-// The state of a formatter made for the locale and style: "<style>:<locale>" and then, once a
-// pattern is set, "\n<pattern>".
-std::u16string BaseState(const char* localeName, CFNumberFormatterStyle style) {
-  std::string base = std::to_string(style) + ':' + localeName;
-  return std::u16string(base.begin(), base.end());
+// The few formatters a thread released last, kept in front of the shared pool: a thread that
+// formats over and over hands them to itself without a lock, a hash or a copy of the state.
+class ThreadFormats {
+ public:
+  ~ThreadFormats() {
+    for (size_t i = 0; i < count_; ++i) Recycled().give(free_[i].state, free_[i].format);
+  }
+
+  // Moves a formatter in the state, and the state, into *taken; false when none is free.
+  bool take(const StateView& state, FreeFormat* taken) {
+    for (size_t i = count_; i-- > 0;) {
+      if (state.matches(free_[i].state)) {
+        *taken = std::move(free_[i]);
+        if (i + 1 != count_) free_[i] = std::move(free_[count_ - 1]);
+        --count_;
+        return true;
+      }
+    }
+    return TakeShared(state, taken);
+  }
+
+  void give(FreeFormat&& free) {
+    if (count_ < kMaxKept) {
+      free_[count_++] = std::move(free);
+    } else {
+      Recycled().give(free.state, free.format);
+    }
+  }
+
+  // From the shared pool: the state is copied first, so that a failure to copy it takes nothing.
+  static bool TakeShared(const StateView& state, FreeFormat* taken) {
+    FormatState made = state.state();
+    taken->format = Recycled().take(state);
+    if (!taken->format) return false;
+    taken->state = std::move(made);
+    return true;
+  }
+
+ private:
+  // A fixed number, so that giving one back never needs memory.
+  static constexpr size_t kMaxKept = 8;
+  FreeFormat free_[kMaxKept];
+  size_t count_ = 0;
+};
+
+// The calling thread's formatters, made on first use; NULL while the thread ends (its
+// formatters have gone back to the shared pool), when formatters released then go there
+// directly. Plain values, so that they can be read at any time during the thread's end.
+struct ThreadFormatsSlot {
+  ThreadFormats* formats;
+  bool ending;
+};
+thread_local ThreadFormatsSlot tThreadFormats = {nullptr, false};
+
+struct ThreadFormatsOwner {
+  ~ThreadFormatsOwner() {
+    ThreadFormatsSlot& slot = tThreadFormats;
+    slot.ending = true;
+    delete slot.formats;
+    slot.formats = nullptr;
+  }
+};
+
+ThreadFormats* MyFormats() {
+  ThreadFormatsSlot& slot = tThreadFormats;
+  if (!slot.formats && !slot.ending) {
+    thread_local ThreadFormatsOwner owner;
+    slot.formats = new (std::nothrow) ThreadFormats();
+  }
+  return slot.formats;
+}
+
+// A free formatter in the state, with the state, into *taken; false when none is free.
+bool TakeFormat(const StateView& state, FreeFormat* taken) {
+  if (ThreadFormats* mine = MyFormats()) return mine->take(state, taken);
+  return ThreadFormats::TakeShared(state, taken);
+}
+
+void GiveFormat(FreeFormat&& free) {
+  if (ThreadFormats* mine = MyFormats()) {
+    mine->give(std::move(free));
+  } else {
+    Recycled().give(free.state, free.format);
+  }
 }
 
 // Runs one of ICU's format calls into a UTF-16 buffer, growing it once when the text is longer.
@@ -186,16 +314,16 @@ struct __CFNumberFormatter final : zrp::Object {
     CFRetain(locale);
   }
   ~__CFNumberFormatter() override {
-    if (format) Recycled().give(state, format);
+    if (format) GiveFormat(FreeFormat{std::move(state), format});
     CFRelease(locale);
     if (pattern) CFRelease(pattern);
   }
 
   CFLocaleRef locale;
   CFNumberFormatterStyle style;
-  // The ICU formatter, owned, and the state it is in (see BaseState).
+  // The ICU formatter, owned, and the state it is in.
   UNumberFormat* format = nullptr;
-  std::u16string state;
+  FormatState state;
   // The text CFNumberFormatterGetFormat lent last; kept until the next call or the end.
   CFStringRef pattern = nullptr;
 };
@@ -227,9 +355,15 @@ CFNumberFormatterRef CFNumberFormatterCreate(CFAllocatorRef, CFLocaleRef locale,
     CFNumberFormatterRef formatter = zrp::New<__CFNumberFormatter>(locale ? locale : CFLocaleGetSystem(), style);
     if (!formatter) return nullptr;
     const char* localeName = IcuLocaleName(formatter->locale);
-    formatter->state = BaseState(localeName, style);
-    formatter->format = Recycled().take(formatter->state);
-    if (!formatter->format) formatter->format = ClonePrototype(localeName, style);
+    StateView state{localeName, style, false, std::u16string_view()};
+    FreeFormat free;
+    if (TakeFormat(state, &free)) {
+      formatter->state = std::move(free.state);
+      formatter->format = free.format;
+    } else {
+      formatter->state = state.state();
+      formatter->format = ClonePrototype(localeName, style);
+    }
     if (!formatter->format) {
       CFRelease(formatter);
       return nullptr;
@@ -251,16 +385,16 @@ void CFNumberFormatterSetFormat(CFNumberFormatterRef formatter, CFStringRef form
   zrp::CatchOutOfMemory([&] {
     if (!formatter || !formatString) return;
     const std::u16string& chars = zrp::Chars(formatString);
-    std::u16string state = BaseState(IcuLocaleName(formatter->locale), formatter->style);
-    state.push_back(u'\n');
-    state += chars;
-    if (state == formatter->state) return;
+    FormatState& current = formatter->state;
+    if (current.patterned && current.pattern == chars) return;
+    StateView state{current.locale, current.style, true, chars};
     // A recycled formatter already in that state saves parsing the pattern and preparing the
     // formatter for it.
-    if (UNumberFormat* recycled = Recycled().take(state)) {
-      Recycled().give(formatter->state, formatter->format);
-      formatter->format = recycled;
-      formatter->state = std::move(state);
+    FreeFormat free;
+    if (TakeFormat(state, &free)) {
+      GiveFormat(FreeFormat{std::move(current), formatter->format});
+      formatter->format = free.format;
+      formatter->state = std::move(free.state);
       return;
     }
     UParseError parseError;
@@ -268,7 +402,7 @@ void CFNumberFormatterSetFormat(CFNumberFormatterRef formatter, CFStringRef form
     // ICU parses the whole pattern before it changes anything, so a bad pattern leaves the
     // formatter as it was.
     unum_applyPattern(formatter->format, false, chars.data(), static_cast<int32_t>(chars.size()), &parseError, &status);
-    if (U_SUCCESS(status)) formatter->state = std::move(state);
+    if (U_SUCCESS(status)) formatter->state = state.state();
   });
 }
 
