@@ -2,7 +2,6 @@
 // Base64 through OpenSSL's Base64 filter over memory objects.
 #include <ZRFramework/ZRFramework.h>
 #include <openssl/bio.h>
-#include <openssl/buffer.h>
 #include <openssl/evp.h>
 
 #include <algorithm>
@@ -227,18 +226,65 @@ bool DecodeAlphabetText(NSString* string, NSData** outData) {
   return true;
 }
 
-// Frees a memory object's buffer that the object does not own: its bytes without clearing
-// them, then the buffer itself. (The bytes are those the buffer holds now, in case the memory
-// object had to grow them.)
-void FreeTextBuffer(BUF_MEM* textBuffer) {
-  OPENSSL_free(textBuffer->data);
-  textBuffer->data = nullptr;
-  BUF_MEM_free(textBuffer);
+// A kind of OpenSSL I/O object of this file's own, with the callbacks given (NULL for none); made
+// once per kind, NULL when OpenSSL cannot make it.
+BIO_METHOD* NewMethod(const char* name, int (*read)(BIO*, char*, int), int (*write)(BIO*, const char*, int)) {
+  int index = BIO_get_new_index();
+  BIO_METHOD* method = index < 0 ? nullptr : BIO_meth_new(index | BIO_TYPE_SOURCE_SINK, name);
+  auto create = [](BIO* object) {
+    BIO_set_init(object, 1);
+    return 1;
+  };
+  // The filter flushes what it writes to: there is nothing to flush.
+  auto control = [](BIO*, int command, long, void*) -> long { return command == BIO_CTRL_FLUSH ? 1 : 0; };
+  if (method && (!BIO_meth_set_create(method, create) || !BIO_meth_set_ctrl(method, control) ||
+                 (read && !BIO_meth_set_read(method, read)) || (write && !BIO_meth_set_write(method, write)))) {
+    BIO_meth_free(method);
+    method = nullptr;
+  }
+  return method;
 }
+
+// The Base64 filter's sink: the text, written into one buffer made at once for all of it (4
+// characters for every 3 bytes or part of them), never grown, copied or cleared on the way, as a
+// memory object would (it writes zeros over each part before it copies the part in).
+class TextSink {
+ public:
+  TextSink(char* bytes, size_t size) : bytes_(bytes), size_(size) {}
+  TextSink(const TextSink&) = delete;
+  TextSink& operator=(const TextSink&) = delete;
+
+  // A new sink object writing into this buffer, or NULL.
+  BIO* NewObject() {
+    static BIO_METHOD* method = NewMethod("text buffer", nullptr, Write);
+    BIO* object = method ? BIO_new(method) : nullptr;
+    if (object) BIO_set_data(object, this);
+    return object;
+  }
+
+  size_t length() const { return length_; }
+
+ private:
+  // Takes all of the bytes, or refuses them all when they would not fit (which the text's length
+  // rules out).
+  static int Write(BIO* object, const char* in, int count) {
+    auto* sink = static_cast<TextSink*>(BIO_get_data(object));
+    BIO_clear_retry_flags(object);
+    if (count <= 0) return 0;
+    if (static_cast<size_t>(count) > sink->size_ - sink->length_) return -1;
+    std::memcpy(sink->bytes_ + sink->length_, in, static_cast<size_t>(count));
+    sink->length_ += static_cast<size_t>(count);
+    return count;
+  }
+
+  char* bytes_;
+  size_t size_;
+  size_t length_ = 0;
+};
 
 // The text of a string as the Base64 filter's source: the bytes of the string's ASCII C string,
 // that is its characters up to the first NUL character (where strlen would end the C string),
-// read from the string a request at a time. A request is always filled while characters remain,
+// read from the string a block at a time. A request is always filled while characters remain,
 // as a memory object over the C string fills it, so the filter sees the same reads. Whether the
 // whole string has an ASCII form (without which there is no C string) is known once it has been
 // read to its end.
@@ -250,7 +296,7 @@ class TextSource {
 
   // A new source object reading this text, or NULL.
   BIO* NewObject() {
-    const BIO_METHOD* method = Method();
+    static BIO_METHOD* method = NewMethod("string text", Read, nullptr);
     BIO* object = method ? BIO_new(method) : nullptr;
     if (object) BIO_set_data(object, this);
     return object;
@@ -270,51 +316,49 @@ class TextSource {
   }
 
  private:
-  static const BIO_METHOD* Method() {
-    static BIO_METHOD* method = [] {
-      int index = BIO_get_new_index();
-      BIO_METHOD* made = index < 0 ? nullptr : BIO_meth_new(index | BIO_TYPE_SOURCE_SINK, "string text");
-      if (made &&
-          (!BIO_meth_set_create(made, Create) || !BIO_meth_set_read(made, Read) || !BIO_meth_set_ctrl(made, Control))) {
-        BIO_meth_free(made);
-        made = nullptr;
-      }
-      return made;
-    }();
-    return method;
-  }
-
-  static int Create(BIO* object) {
-    BIO_set_init(object, 1);
-    return 1;
-  }
-
-  static long Control(BIO*, int command, long, void*) { return command == BIO_CTRL_FLUSH ? 1 : 0; }
-
-  // Up to `size` bytes of the text; 0 at its end (no retry: the text is all there).
+  // Up to `size` bytes of the text; 0 at its end (no retry: the text is all there). The text is
+  // taken from the string a block at a time, in blocks larger than the filter's requests.
   static int Read(BIO* object, char* out, int size) {
     auto* source = static_cast<TextSource*>(BIO_get_data(object));
     BIO_clear_retry_flags(object);
-    if (size <= 0 || source->position_ >= source->end_) return 0;
-    size_t count = std::min(static_cast<size_t>(size), source->end_ - source->position_);
-    if (!source->text_.Copy(source->position_, count, reinterpret_cast<UInt8*>(out))) {
-      // No C string at all: the result will be empty whatever was read.
-      source->ascii_ = false;
-      source->end_ = source->position_;
-      return 0;
+    size_t count = 0;
+    while (count < static_cast<size_t>(size) && source->position_ < source->end_) {
+      if (source->position_ == source->blockEnd_ && !source->NextBlock()) return 0;
+      size_t part = std::min(
+          {static_cast<size_t>(size) - count, source->blockEnd_ - source->position_, source->end_ - source->position_});
+      std::memcpy(out + count, source->block_ + (source->position_ - source->blockStart_), part);
+      count += part;
+      source->position_ += part;
     }
-    if (const void* nul = std::memchr(out, 0, count)) {
-      count = static_cast<size_t>(static_cast<const char*>(nul) - out);
-      source->end_ = source->position_ + count;
-    }
-    source->position_ += count;
     return static_cast<int>(count);
+  }
+
+  // Takes the block of characters that starts at the position; false when it holds one outside
+  // ASCII (there is then no C string, and the result is empty whatever was read). A NUL character
+  // in it ends the text.
+  bool NextBlock() {
+    size_t length = std::min(text_.length() - position_, zr::internal::AsciiBlocks::kBlockSize);
+    block_ = text_.Block(position_, length);
+    if (!block_) {
+      ascii_ = false;
+      end_ = position_;
+      return false;
+    }
+    blockStart_ = position_;
+    blockEnd_ = position_ + length;
+    if (const void* nul = std::memchr(block_, 0, length))
+      end_ = std::min(end_, blockStart_ + static_cast<size_t>(static_cast<const UInt8*>(nul) - block_));
+    return true;
   }
 
   zr::internal::AsciiBlocks text_;
   size_t position_ = 0;
   size_t end_;  // the first NUL character, or the string's length
   bool ascii_ = true;
+  // The block of characters at hand: [blockStart_, blockEnd_) of the text.
+  const UInt8* block_ = nullptr;
+  size_t blockStart_ = 0;
+  size_t blockEnd_ = 0;
 };
 
 }  // namespace
@@ -391,30 +435,17 @@ NSString* base64String(NSData* self) {
   // The whole input goes to the filter in one write, whose count is an int.
   if (length > static_cast<size_t>(INT_MAX)) return nil;
 
-  BIO* memory = BIO_new(BIO_s_mem());
-  if (!memory) return nil;
-  // The text's length is known (4 characters for every 3 bytes or part of them): its buffer
-  // is made at that size at once, so that it is never copied to grow on the way. It is made
-  // here rather than by BUF_MEM_grow, which would make it a third larger and write zeros over
-  // it first, and is freed here too (the memory object does not own it), rather than by
-  // BUF_MEM_free, which would write zeros over all of it again before freeing it: the text is
-  // no secret, and at hundreds of megabytes each pass costs as much as the encoding.
+  // The text's length is known: the filter writes it into one buffer of that size (see
+  // TextSink), rather than into a memory object's.
   size_t textLength = (length + 2) / 3 * 4;
-  BUF_MEM* textBuffer = BUF_MEM_new();
-  char* textBytes = textBuffer && textLength > 0 ? static_cast<char*>(OPENSSL_malloc(textLength)) : nullptr;
-  if (!textBuffer || (textLength > 0 && !textBytes)) {
-    BUF_MEM_free(textBuffer);
-    BIO_free_all(memory);
-    return nil;
-  }
-  textBuffer->data = textBytes;
-  textBuffer->max = textLength;
-  textBuffer->length = 0;
-  BIO_set_mem_buf(memory, textBuffer, BIO_NOCLOSE);
+  WorkBuffer text(textLength + 1);
+  if (!text.bytes()) return nil;
+  TextSink sink(reinterpret_cast<char*>(text.bytes()), textLength);
+  BIO* memory = sink.NewObject();
+  if (!memory) return nil;
   BIO* base64 = BIO_new(BIO_f_base64());
   if (!base64) {
     BIO_free_all(memory);
-    FreeTextBuffer(textBuffer);
     return nil;
   }
   // One line of text: no newline every 64 characters and none at the end.
@@ -424,13 +455,9 @@ NSString* base64String(NSData* self) {
   NSString* result = nil;
   int written = BIO_write(chain, ns::bytes(self), static_cast<int>(length));
   // The flush writes the final group with its padding.
-  if (written == static_cast<int>(length) && BIO_flush(chain) == 1) {
-    char* text = nullptr;
-    long textLength = BIO_get_mem_data(chain, &text);
-    if (textLength >= 0) result = ns::stringWithCStringLength(text, static_cast<NSUInteger>(textLength));
-  }
+  if (written == static_cast<int>(length) && BIO_flush(chain) == 1)
+    result = ns::stringWithCStringLength(reinterpret_cast<char*>(text.bytes()), sink.length());
   BIO_free_all(chain);
-  FreeTextBuffer(textBuffer);
   return result;
 }
 

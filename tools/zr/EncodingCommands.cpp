@@ -90,9 +90,14 @@ class Output {
     written_ = written_ || length > 0;
   }
 
-  // The ASCII characters of a string the codecs made.
+  // The ASCII characters of a string the codecs made: the string's own bytes when it lends them,
+  // else a copy.
   void WriteText(CFStringRef text) {
     CFIndex length = CFStringGetLength(text);
+    if (const char* lent = CFStringGetCStringPtr(text, kCFStringEncodingASCII)) {
+      Write(lent, static_cast<size_t>(length));
+      return;
+    }
     text_.resize(static_cast<size_t>(length));
     CFIndex used = 0;
     CFStringGetBytes(text, CFRangeMake(0, length), kCFStringEncodingASCII, 0, false,
@@ -130,6 +135,13 @@ int Finish(const char* name, const Input& input, Output* output) {
   return 0;
 }
 
+// A data object over the bytes of a block, without a copy of them; the block must stay unchanged
+// while the object lives.
+CFDataRef CreateDataOfBlock(const std::string& block, size_t count) {
+  return CFDataCreateWithBytesNoCopy(NULL, reinterpret_cast<const UInt8*>(block.data()), static_cast<CFIndex>(count),
+                                     kCFAllocatorNull);
+}
+
 // The text as an autoreleased string, nil when it is not ASCII (no codec takes other text).
 NSString* AutoreleasedAsciiString(const std::string& text) {
   CFStringRef string = CFStringCreateWithBytes(NULL, reinterpret_cast<const UInt8*>(text.data()),
@@ -147,28 +159,43 @@ bool ParseDirection(const char* name, const Arguments& arguments, bool* encode, 
   return false;
 }
 
+// Whether the character is one of the Base64 alphabet's, as arithmetic a compiler can do for many
+// characters at once.
+inline unsigned IsBase64Character(unsigned char c) {
+  return static_cast<unsigned>(static_cast<unsigned char>(c - 'A') < 26) |
+         static_cast<unsigned>(static_cast<unsigned char>(c - 'a') < 26) |
+         static_cast<unsigned>(static_cast<unsigned char>(c - '0') < 10) | static_cast<unsigned>(c == '+') |
+         static_cast<unsigned>(c == '/');
+}
+
+// The value of a character of the alphabet.
+inline int Base64Value(unsigned char c) {
+  return c >= 'a' ? c - 'a' + 26 : c >= 'A' ? c - 'A' : c >= '0' ? c - '0' + 52 : c == '+' ? 62 : 63;
+}
+
 // Whether the text is what the Base64 encoder writes for some bytes: whole groups of four
 // characters of the alphabet, padding only at the end of the last group ("xx==" or "xxx="), and
 // the bits that padding leaves over from the last character all zero. Text that is not is
 // exactly the text that does not encode again to itself after decoding.
 bool IsCanonicalBase64(const std::string& text) {
-  static const auto* values = [] {
-    static signed char table[256];
-    std::memset(table, -1, sizeof table);
-    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    for (int value = 0; value < 64; ++value)
-      table[static_cast<unsigned char>(alphabet[value])] = static_cast<signed char>(value);
-    return table;
-  }();
   size_t length = text.size();
   if (length % 4 != 0) return false;
   size_t padding = length == 0 ? 0 : text[length - 1] != '=' ? 0 : text[length - 2] != '=' ? 1 : 2;
   const auto* characters = reinterpret_cast<const unsigned char*>(text.data());
-  signed char invalid = 0;
-  for (size_t i = 0; i < length - padding; ++i) invalid |= values[characters[i]];
-  if (invalid < 0) return false;
-  if (padding == 1) return (values[characters[length - 2]] & 3) == 0;
-  if (padding == 2) return (values[characters[length - 3]] & 15) == 0;
+  size_t count = length - padding;
+  // In runs of a fixed length, which compilers check many characters at a time.
+  constexpr size_t kRun = 64;
+  size_t i = 0;
+  for (; i + kRun <= count; i += kRun) {
+    unsigned valid = 1;
+    for (size_t k = 0; k < kRun; ++k) valid &= IsBase64Character(characters[i + k]);
+    if (!valid) return false;
+  }
+  for (; i < count; ++i) {
+    if (!IsBase64Character(characters[i])) return false;
+  }
+  if (padding == 1) return (Base64Value(characters[length - 2]) & 3) == 0;
+  if (padding == 2) return (Base64Value(characters[length - 3]) & 15) == 0;
   return true;
 }
 
@@ -217,8 +244,9 @@ int RunBase64(const Arguments& arguments) {
     block.resize(kByteBlock);
     while (size_t count = input.Read(block.data(), block.size())) {
       NSAutoreleasePool pool;
-      NSData* data = ns::dataWithBytes(block.data(), count);
-      NSString* text = data ? ZR::base64String(data) : nil;
+      CFDataRef data = CreateDataOfBlock(block, count);
+      NSString* text = data ? ZR::base64String(const_cast<NSData*>(data)) : nil;
+      if (data) CFRelease(data);
       if (!text) return Failure("base64: the input cannot be encoded");
       output.WriteText(text);
     }
@@ -254,8 +282,8 @@ int RunHex(const Arguments& arguments) {
   if (encode) {
     block.resize(kByteBlock);
     while (size_t count = input.Read(block.data(), block.size())) {
-      CFDataRef data = CFDataCreate(NULL, reinterpret_cast<const UInt8*>(block.data()), static_cast<CFIndex>(count));
-      if (!data) return Failure("CFDataCreate returns NULL");
+      CFDataRef data = CreateDataOfBlock(block, count);
+      if (!data) return Failure("CFDataCreateWithBytesNoCopy returns NULL");
       CFMutableStringRef text = NULL;
       OSStatus result = ZRCopyHexStringRefOfDataRef(data, true, &text);
       CFRelease(data);
