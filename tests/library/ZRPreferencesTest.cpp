@@ -569,18 +569,16 @@ TEST_F(ZRPreferencesTest, AnArchiveThatCannotBeMadeLeavesTheEarlierValue) {
   CFMutableArrayRef array = SampleArray();
   ZRSetIntegerOfPreferencesKey(7, CFSTR("Archived"));
   ZRSetArchivedObjectOfPreferencesKey(array, CFSTR("Warm"));
-  using Arm = void (*)(long);
-  using Pending = Boolean (*)();
-  for (auto [arm, pending] : {std::pair<Arm, Pending>{ZRTestingFailAllocation, ZRTestingFailurePending},
-                              std::pair<Arm, Pending>{ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending}}) {
+  for (const zrtest::AllocationSeam& seam : zrtest::AllocationSeams()) {
+    SCOPED_TRACE(seam.name);
     bool complete = false;
     for (long n = 1; n <= 200 && !complete; ++n) {
       ZRSetIntegerOfPreferencesKey(7, CFSTR("Archived"));
       long live = ZRTestingLiveObjectCount();
-      arm(n);
+      seam.fail(n);
       ZRSetArchivedObjectOfPreferencesKey(array, CFSTR("Archived"));
-      complete = pending();
-      arm(0);
+      complete = seam.pending();
+      seam.fail(0);
       std::string state = ArchivedState(array);
       EXPECT_EQ(state, complete ? "archive" : "7") << n;
       // The domain holds the archive data in place of the number, or nothing new.

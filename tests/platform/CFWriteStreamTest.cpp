@@ -293,20 +293,18 @@ TEST_F(CFWriteStreamTest, FailuresAnswerZeroWithAnError) {
 TEST_F(CFWriteStreamTest, WritingFailsCleanlyWhenAllocationsFail) {
   CFPropertyListRef plist = Sample();
   CFDataRef expected = CFPropertyListCreateData(nullptr, plist, kCFPropertyListBinaryFormat_v1_0, 0, nullptr);
-  using Arm = void (*)(long);
-  using Pending = Boolean (*)();
-  for (auto [arm, pending] : {std::pair<Arm, Pending>{ZRTestingFailAllocation, ZRTestingFailurePending},
-                              std::pair<Arm, Pending>{ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending}}) {
+  for (const zrtest::AllocationSeam& seam : zrtest::AllocationSeams()) {
+    SCOPED_TRACE(seam.name);
     bool complete = false;
     for (long n = 1; n <= 200 && !complete; ++n) {
       CFWriteStreamRef stream = StreamOn("h.plist");
       ASSERT_TRUE(CFWriteStreamOpen(stream));
       long live = ZRTestingLiveObjectCount();
       CFErrorRef error = nullptr;
-      arm(n);
+      seam.fail(n);
       CFIndex written = CFPropertyListWrite(plist, stream, kCFPropertyListBinaryFormat_v1_0, 0, &error);
-      complete = pending();
-      arm(0);
+      complete = seam.pending();
+      seam.fail(0);
       if (written == 0) {
         // Failed before a byte went out, with an error when one could be made.
         EXPECT_EQ(Contents("h.plist"), "") << n;

@@ -53,9 +53,11 @@ void PrivatePreferencesTest::TearDown() {
 
 namespace {
 
-// The loop of both allocation-failure helpers, over the seam that arm and pending name.
-void ExpectFailuresHandled(void (*arm)(long), Boolean (*pending)(), long limit,
-                           const std::function<CFTypeRef()>& create, const std::function<bool(CFTypeRef)>& isComplete) {
+// The loop of both allocation-failure helpers, over one seam.
+void ExpectFailuresHandled(const AllocationSeam& seam, long limit, const std::function<CFTypeRef()>& create,
+                           const std::function<bool(CFTypeRef)>& isComplete) {
+  auto arm = seam.fail;
+  auto pending = seam.pending;
   long live = ZRTestingLiveObjectCount();
   bool failed = false;
   bool succeeded = false;
@@ -84,14 +86,21 @@ void ExpectFailuresHandled(void (*arm)(long), Boolean (*pending)(), long limit,
 
 }  // namespace
 
+const std::vector<AllocationSeam>& AllocationSeams() {
+  static const std::vector<AllocationSeam> seams = {
+      {"host allocations", ZRTestingFailAllocation, ZRTestingFailurePending},
+      {"C++ allocations", ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending}};
+  return seams;
+}
+
 void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
                                      const std::function<bool(CFTypeRef)>& isComplete) {
-  ExpectFailuresHandled(ZRTestingFailAllocation, ZRTestingFailurePending, limit, create, isComplete);
+  ExpectFailuresHandled(AllocationSeams()[0], limit, create, isComplete);
 }
 
 void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
                                         const std::function<bool(CFTypeRef)>& isComplete) {
-  ExpectFailuresHandled(ZRTestingFailCxxAllocation, ZRTestingCxxFailurePending, limit, create, isComplete);
+  ExpectFailuresHandled(AllocationSeams()[1], limit, create, isComplete);
 }
 
 void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,

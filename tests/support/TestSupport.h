@@ -51,6 +51,18 @@ class PrivatePreferencesTest : public ::testing::Test {
   std::string configHome_;
 };
 
+// One of the two allocation seams: how to make the n-th allocation fail (n <= 0 disarms) and
+// whether that failure is still to come.
+struct AllocationSeam {
+  const char* name;
+  void (*fail)(long n);
+  Boolean (*pending)();
+};
+
+// The seams of the host's allocations (ZRTestingFailAllocation) and of C++ allocations
+// (ZRTestingFailCxxAllocation), in that order, for tests that run a call under each.
+const std::vector<AllocationSeam>& AllocationSeams();
+
 // Calls `create` with its 1st, 2nd, ... allocation failing, at most `limit` times, until a call
 // returns an object without having reached its armed failure. `isComplete`, when given, looks at
 // each object returned (it may check it) and tells whether it is the full answer rather than one

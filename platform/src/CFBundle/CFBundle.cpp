@@ -20,18 +20,6 @@
 
 namespace {
 
-std::string Parent(const std::string& path) {
-  size_t slash = path.find_last_of('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return path.substr(0, slash);
-}
-
-std::string LastComponent(const std::string& path) {
-  size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 bool IsDirectory(const std::string& path) {
   struct stat info;
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
@@ -195,11 +183,11 @@ namespace zrp {
 CFBundleRef CreateBundleWithPath(const std::string& path) { return New<__CFBundle>(path); }
 
 std::string BundlePathOfExecutable(const std::string& executablePath) {
-  std::string folder = Parent(executablePath);
-  std::string name = LastComponent(folder);
+  std::string folder = ParentPath(executablePath);
+  std::string name = LastPathComponent(folder);
   if (name == "MacOS" || name == "Linux") {
-    std::string contents = Parent(folder);
-    if (LastComponent(contents) == "Contents") return Parent(contents);
+    std::string contents = ParentPath(folder);
+    if (LastPathComponent(contents) == "Contents") return ParentPath(contents);
   }
   return folder;
 }

@@ -43,11 +43,8 @@ bool IsSpace(char16_t c) {
   return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\f' || c == u'\v' || c == 0x2028 || c == 0x2029;
 }
 
-// The characters an unquoted string may hold.
-bool IsWordCharacter(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_' || c == u'$' ||
-         c == u'+' || c == u'/' || c == u':' || c == u'.' || c == u'-';
-}
+// The characters an unquoted string may hold: those of a property list's, and "+".
+bool IsWordCharacter(char16_t c) { return zrp::IsUnquotedStringCharacter(c) || c == u'+'; }
 
 class Parser {
  public:

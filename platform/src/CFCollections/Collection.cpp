@@ -8,22 +8,17 @@
 #include <string_view>
 
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 
 namespace zrp {
 namespace {
-
-// Characters that an old-style property list leaves unquoted.
-bool IsBareCharacter(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_' || c == u'$' ||
-         c == u'/' || c == u':' || c == u'.' || c == u'-';
-}
 
 // A string prints bare when it is a plain word, else in double quotes with the quote, the
 // backslash and control characters escaped and every character beyond ASCII as \Uxxxx.
 void AppendStringElement(const std::u16string& chars, std::u16string* out) {
   bool bare = !chars.empty();
   for (char16_t c : chars) {
-    if (!IsBareCharacter(c)) {
+    if (!IsUnquotedStringCharacter(c)) {
       bare = false;
       break;
     }

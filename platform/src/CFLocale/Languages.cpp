@@ -11,6 +11,7 @@
 
 #include "CFPreferences/PreferencesImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 
 namespace zrp {
 namespace {
@@ -33,11 +34,8 @@ constexpr OldName kOldNames[] = {
     {"Malay", "ms"},          {"Slovenian", "sl"}, {"Serbian", "sr"},   {"Bulgarian", "bg"},
 };
 
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
-}
+// The blanks around the parts of locale names and language lists.
+constexpr std::string_view kBlanks = " \t";
 
 const char* NonEmptyEnvironment(const char* name) {
   const char* value = std::getenv(name);
@@ -65,7 +63,7 @@ const char* OldNameOfLanguageCode(std::string_view code) {
 }
 
 std::string CanonicalLocaleIdentifier(std::string_view identifier) {
-  identifier = Trim(identifier);
+  identifier = Trim(identifier, kBlanks);
   if (const char* code = LanguageCodeOfOldName(identifier)) return code;
   std::string_view base = identifier;
   std::string_view keywords;
@@ -95,7 +93,7 @@ std::string CanonicalLanguageIdentifier(std::string_view identifier) {
 }
 
 std::string LocaleOfPosixName(std::string_view name) {
-  name = Trim(name);
+  name = Trim(name, kBlanks);
   std::string_view base = name.substr(0, std::min(name.find_first_of(".@"), name.size()));
   if (base.empty() || base == "C" || base == "POSIX") return "en";
   return CanonicalLocaleIdentifier(base);
@@ -118,7 +116,7 @@ std::vector<std::string> EnvironmentLanguages() {
   std::string_view list = value ? value : "";
   while (!list.empty()) {
     size_t colon = std::min(list.find(':'), list.size());
-    std::string_view name = Trim(list.substr(0, colon));
+    std::string_view name = Trim(list.substr(0, colon), kBlanks);
     list.remove_prefix(std::min(colon + 1, list.size()));
     if (name.empty()) continue;
     std::string locale = LocaleOfPosixName(name);

@@ -39,6 +39,7 @@
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
 #include "POSIX/Users.h"
+#include "runtime/Files.h"
 
 namespace zrp {
 namespace {
@@ -46,17 +47,6 @@ namespace {
 constexpr char kGlobalDomain[] = ".GlobalPreferences";
 
 bool IsAbsolute(const char* path) { return path && path[0] == '/'; }
-
-std::string LastComponent(const std::string& path) {
-  size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string Parent(const std::string& path) {
-  size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
 
 // What tells one version of a file from the next.
 struct FileStamp {
@@ -162,7 +152,7 @@ bool MakeFolders(const std::string& folder) {
   struct stat info;
   if (stat(folder.c_str(), &info) == 0) return S_ISDIR(info.st_mode);
   if (errno != ENOENT) return false;
-  std::string parent = Parent(folder);
+  std::string parent = zrp::ParentPath(folder);
   if (parent != folder && !MakeFolders(parent)) return false;
   return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
@@ -181,7 +171,7 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, FileStamp* s
     *stamp = FileStamp::Of(info);
     // The rename is done; a failure to flush the folder leaves either file whole, so it does not
     // undo the write.
-    SyncFolder(Parent(path));
+    SyncFolder(zrp::ParentPath(path));
     return true;
   }
   unlink(temporary.c_str());
@@ -327,7 +317,7 @@ struct Domain {
   }
 
   bool writeChanges() {
-    if (!MakeFolders(Parent(path))) return false;
+    if (!MakeFolders(zrp::ParentPath(path))) return false;
     DomainLock lock(path);
     if (!lock.held()) return false;
 
@@ -506,7 +496,7 @@ namespace {
 // be read or parsed this time (memory may have run out): the answer is then the executable's name
 // and must not be kept. The bundle object is a local one, so no bundle keeps the parsed file.
 bool IdentifierOfExecutable(const std::string& path, std::string* identifier) {
-  *identifier = LastComponent(path);
+  *identifier = zrp::LastPathComponent(path);
   __CFBundle bundle(BundlePathOfExecutable(path));
   std::string bytes;
   int fd = open(bundle.infoPlistPath.c_str(), O_RDONLY | O_CLOEXEC);

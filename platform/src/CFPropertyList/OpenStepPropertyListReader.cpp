@@ -13,21 +13,10 @@
 
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 
 namespace zrp {
 namespace {
-
-bool IsUnquotedCharacter(char16_t c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$' ||
-         c == '/' || c == ':' || c == '.' || c == '-';
-}
-
-int HexValue(char16_t c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
 
 class OpenStepReader {
  public:
@@ -111,9 +100,9 @@ class OpenStepReader {
     }
     if (c == '<') return data();
     if (c == '"' || c == '\'') return quoted();
-    if (IsUnquotedCharacter(c)) {
+    if (IsUnquotedStringCharacter(c)) {
       size_t start = position_;
-      while (position_ < text_.size() && IsUnquotedCharacter(text_[position_])) ++position_;
+      while (position_ < text_.size() && IsUnquotedStringCharacter(text_[position_])) ++position_;
       return builder_.string(std::u16string(text_.substr(start, position_ - start)));
     }
     return unexpected();
@@ -156,8 +145,8 @@ class OpenStepReader {
         case 'U': {
           // Up to four hex digits give one UTF-16 unit.
           char16_t unit = 0;
-          for (int i = 0; i < 4 && position_ < text_.size() && HexValue(text_[position_]) >= 0; ++i)
-            unit = static_cast<char16_t>(unit * 16 + HexValue(text_[position_++]));
+          for (int i = 0; i < 4 && position_ < text_.size() && HexDigitValue(text_[position_]) >= 0; ++i)
+            unit = static_cast<char16_t>(unit * 16 + HexDigitValue(text_[position_++]));
           chars.push_back(unit);
           break;
         }
@@ -187,7 +176,7 @@ class OpenStepReader {
       if (position_ >= text_.size()) return unexpected();
       char16_t c = text_[position_];
       if (c == '>') break;
-      int nibble = HexValue(c);
+      int nibble = HexDigitValue(c);
       if (nibble < 0) return fail("Malformed data byte group at line " + std::to_string(line()) + "; invalid hex");
       ++position_;
       if (high < 0) {

@@ -15,23 +15,15 @@
 
 #include "CFPropertyList/PropertyListImpl.h"
 #include "CFString/StringImpl.h"
+#include "runtime/Characters.h"
 
 namespace zrp {
 namespace {
 
-bool IsXMLSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+// XML's white space.
+constexpr std::string_view kXMLSpaces = " \t\n\r";
 
-bool IsBlank(std::string_view text) {
-  for (char c : text)
-    if (!IsXMLSpace(c)) return false;
-  return true;
-}
-
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && IsXMLSpace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsXMLSpace(text.back())) text.remove_suffix(1);
-  return text;
-}
+bool IsBlank(std::string_view text) { return Trim(text, kXMLSpaces).empty(); }
 
 // Decodes one character reference, the text between '&' and ';'.
 bool DecodeReference(std::string_view name, std::u16string* out) {
@@ -123,7 +115,7 @@ bool IsEmptyElement(pugi::xml_node element) {
 }
 
 bool ParseInteger(std::string_view text, bool* negative, uint64_t* magnitude) {
-  text = Trim(text);
+  text = Trim(text, kXMLSpaces);
   *negative = false;
   if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
     *negative = text[0] == '-';
@@ -150,7 +142,7 @@ bool EqualsIgnoringCase(std::string_view text, std::string_view lower) {
 }
 
 bool ParseReal(std::string_view text, double* value) {
-  text = Trim(text);
+  text = Trim(text, kXMLSpaces);
   bool negative = false;
   std::string_view unsignedText = text;
   if (!unsignedText.empty() && (unsignedText[0] == '-' || unsignedText[0] == '+')) {
@@ -204,7 +196,7 @@ bool TakeChar(std::string_view* text, char c) {
 
 // "YYYY-MM-DDTHH:MM:SSZ", in UTC.
 bool ParseDate(std::string_view text, CFAbsoluteTime* at) {
-  text = Trim(text);
+  text = Trim(text, kXMLSpaces);
   bool negativeYear = TakeChar(&text, '-');
   size_t yearDigits = 0;
   while (yearDigits < text.size() && text[yearDigits] >= '0' && text[yearDigits] <= '9') ++yearDigits;

@@ -22,6 +22,7 @@
 
 #include "CFString/StringImpl.h"
 #include "CFURL/HFSPath.h"
+#include "runtime/Files.h"
 
 namespace {
 
@@ -74,18 +75,6 @@ const FileRecord* RecordOf(const FSRef* ref) { return reinterpret_cast<const Fil
 
 // "/" in a catalog name is ":" in a POSIX path and the other way round.
 UniChar SwapSeparator(UniChar unit) { return unit == '/' ? ':' : unit == ':' ? '/' : unit; }
-
-// The last component of an absolute path ("" for the root).
-std::string LeafOf(const std::string& path) {
-  size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string ParentOf(const std::string& path) {
-  size_t slash = path.find_last_of('/');
-  if (slash == 0 || slash == std::string::npos) return "/";
-  return path.substr(0, slash);
-}
 
 // UTF-8 bytes to a catalog name, ":" turned into "/"; false when the name is not UTF-8 or
 // longer than 255 units.
@@ -181,8 +170,8 @@ OSStatus FSPathMakeRefWithOptions(const UInt8* path, OptionBits options, FSRef* 
     // item; the leaf stays itself when it is not to be followed.
     std::string resolved;
     if (noFollow) {
-      std::string leaf = LeafOf(given);
-      std::string parent = given.find('/') == std::string::npos ? std::string(".") : ParentOf(given);
+      std::string leaf = zrp::LastPathComponent(given);
+      std::string parent = zrp::ParentPath(given);
       if (leaf.empty() || leaf == "." || leaf == "..") {
         noFollow = false;
       } else {
@@ -243,7 +232,7 @@ OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCat
       }
     }
     if (outName) {
-      std::string leaf = path == "/" ? std::string(zrp::kBootVolumeName) : LeafOf(path);
+      std::string leaf = path == "/" ? std::string(zrp::kBootVolumeName) : zrp::LastPathComponent(path);
       if (!NameOfComponent(leaf, outName)) return bdNamErr;
     }
     if (parentRef) {
@@ -251,7 +240,7 @@ OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCat
       if (path == "/") {
         std::memset(parentRef, 0, sizeof(*parentRef));
       } else {
-        status = zrp::MakeFSRef(ParentOf(path), false, parentRef, nullptr);
+        status = zrp::MakeFSRef(zrp::ParentPath(path), false, parentRef, nullptr);
         if (status != noErr) return status;
       }
     }

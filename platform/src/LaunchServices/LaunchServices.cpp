@@ -151,7 +151,9 @@ bool RunningInstance(const std::string& bundlePath, ProcessSerialNumber* psn) {
   return false;
 }
 
-OSStatus StatusOfErrno(int error) {
+// Launch Services' status for an error number of starting the application: the file manager's
+// statuses do not apply here.
+OSStatus LaunchStatusOfErrno(int error) {
   switch (error) {
     case ENOENT:
     case EACCES:
@@ -235,7 +237,7 @@ OSStatus SpawnDetached(const std::vector<std::string>& arguments, const std::vec
       posix_spawnattr_setsigmask(&attributes, &none) != 0 || posix_spawnattr_setsigdefault(&attributes, &all) != 0) {
     status = memFullErr;
   } else if (pipe2(fds, O_CLOEXEC) != 0) {
-    status = StatusOfErrno(errno);
+    status = LaunchStatusOfErrno(errno);
   } else {
     pid_t intermediate = fork();
     if (intermediate == 0) {
@@ -249,7 +251,7 @@ OSStatus SpawnDetached(const std::vector<std::string>& arguments, const std::vec
     int forkError = errno;
     close(fds[1]);
     if (intermediate < 0) {
-      status = StatusOfErrno(forkError);
+      status = LaunchStatusOfErrno(forkError);
     } else {
       long message[2] = {0, 0};
       size_t got = 0;
@@ -264,7 +266,7 @@ OSStatus SpawnDetached(const std::vector<std::string>& arguments, const std::vec
       if (got != sizeof message) {
         status = kLSUnknownErr;
       } else if (message[0] != 0) {
-        status = StatusOfErrno(static_cast<int>(message[0]));
+        status = LaunchStatusOfErrno(static_cast<int>(message[0]));
       } else {
         *outPid = static_cast<pid_t>(message[1]);
       }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 namespace zrp {
 
@@ -15,6 +16,20 @@ constexpr int HexDigitValue(char32_t c) {
   if (c >= U'a' && c <= U'f') return static_cast<int>(c - U'a') + 10;
   if (c >= U'A' && c <= U'F') return static_cast<int>(c - U'A') + 10;
   return -1;
+}
+
+// Whether c may stand in an unquoted string of an old-style (OpenStep) property list: ASCII
+// letters and digits and "_$/:.-". Every other string is written, and read, in quotes.
+constexpr bool IsUnquotedStringCharacter(char32_t c) {
+  return (c >= U'a' && c <= U'z') || (c >= U'A' && c <= U'Z') || IsAsciiDigit(c) || c == U'_' || c == U'$' ||
+         c == U'/' || c == U':' || c == U'.' || c == U'-';
+}
+
+// The text without the characters of `blanks` at either end.
+constexpr std::string_view Trim(std::string_view text, std::string_view blanks) {
+  size_t first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return std::string_view();
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 // The length of the well-formed UTF-8 sequence at p (at most n bytes, n at least 1), its
