@@ -31,10 +31,11 @@ enum {
 };
 
 // Stores into *outStringRef a new string "status, name, comment" (parts that are unknown are
-// left out). Never fails and never logs: returns noErr, also for a NULL outStringRef (then it
-// does nothing). A non-empty slot is overwritten, not released.
+// left out: a status the system has no text for gives its number alone). Never fails and never
+// logs: returns noErr, also for a NULL outStringRef (then it does nothing). A non-empty slot is
+// overwritten, not released; a text that cannot be made leaves the constant "" in it.
 ZR_EXPORT OSStatus ZRCopyCarbonErrorStringRef(OSStatus inStatus, CFStringRef* outStringRef, Boolean inLog);
-// The text of ZRCopyCarbonErrorStringRef, autoreleased (needs an autorelease pool).
+// The text of ZRCopyCarbonErrorStringRef, autoreleased (needs an autorelease pool); never nil.
 ZR_EXPORT NSString* ZRCarbonErrorString(OSStatus inStatus);
 // inErrno + 100000: where the platform places POSIX error numbers among statuses.
 ZR_EXPORT OSStatus ZRCarbonErrorOfErrno(int inErrno);
@@ -156,11 +157,11 @@ ZR_EXPORT CFArrayRef ZRGetArrayRefAtIndexOfArrayRef(CFArrayRef inArrayRef, CFInd
 // included), else NULL. Borrowed, like the other element getters.
 ZR_EXPORT id ZRGetObjectAtIndexOfArrayRef(CFArrayRef inArrayRef, CFIndex inIndex, Class inClass);
 // The first element of inArrayRef, in its order, that inSearchArrayRef contains (compared with
-// CFEqual), else NULL.
+// CFEqual), else NULL (always for an empty array on either side).
 ZR_EXPORT CFTypeRef ZRGetFirstOccurrenceOfArrayRefInArrayRef(CFArrayRef inArrayRef, CFArrayRef inSearchArrayRef);
 // Appends each string of inAddStringArrayRef that compares unequal (CFStringCompare with
 // inCompareOptions) to every string already in inStringArrayRef, strings added by this call
-// included. paramErr for a NULL array.
+// included. paramErr for either array NULL; an empty inAddStringArrayRef adds nothing (noErr).
 ZR_EXPORT OSStatus ZRAddStringArrayRefToStringArrayRef(CFMutableArrayRef inStringArrayRef,
                                                        CFArrayRef inAddStringArrayRef,
                                                        CFStringCompareFlags inCompareOptions, Boolean inLog);
@@ -210,15 +211,17 @@ ZR_EXPORT void ZRSetArrayRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryR
 ZR_EXPORT void ZRSetObjectOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
                                           CFTypeRef inObject);
 // Stores the main bundle's translation of inStringRef (Localizable.strings), or the string
-// itself when it has none.
+// itself when it has none; nothing for a NULL string, as for the setters above.
 ZR_EXPORT void ZRSetLOCStringRefOfDictionaryRef(CFMutableDictionaryRef ioDictionaryRef, CFStringRef inKeyStringRef,
                                                 CFStringRef inStringRef);
 
 // A new empty mutable dictionary with the standard callbacks for objects; NULL when it cannot be
 // made. Never logs.
 ZR_EXPORT CFMutableDictionaryRef ZRCreateMutableDictionaryRef(void);
-// A new property list read from the file at the POSIX path (XML, binary or old-style), or NULL.
-// Its type is not checked: a file whose root is an array or a string gives that object.
+// A new property list read from the file at the POSIX path (XML, binary or old-style), or NULL:
+// for a NULL or empty path, a file that is missing or unreadable, a folder, or a file that holds
+// no property list. Its type is not checked: a file whose root is an array or a string gives that
+// object.
 ZR_EXPORT CFDictionaryRef ZRCreateDictionaryRefWithContentsOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog);
 
 // ---------------------------------------------------------------------------------------------
@@ -336,7 +339,8 @@ ZR_EXPORT const float kMinimumInfoViewWidth;  // 200.0
 // ---------------------------------------------------------------------------------------------
 
 // A byte count as text in the current locale. inUnit: 0 or 1 automatic, 2 bytes, 3 KB, 4 MB,
-// 5 GB (binary units; other values fail with unknownErr). inDecimals: 0 to 3 optional fraction
+// 5 GB (binary units; other values, negative ones included, fail with unknownErr). paramErr for a
+// NULL or full out slot. inDecimals: 0 to 3 optional fraction
 // digits; other values use the locale's own decimal pattern without a unit. Exactly 1024,
 // 1048576 and 1073741824 bytes are the fixed texts "1 KB", "1 MB" and "1 GB".
 ZR_EXPORT OSStatus ZRCopySizeStringRef(UInt64 inSize, SInt32 inUnit, SInt32 inDecimals, CFStringRef* outStringRef,
@@ -373,20 +377,22 @@ ZR_EXPORT NSString* ZRRemainingTimeString(double inSeconds);
 
 // The printable form of a character: return ↩, tab ⇥, space the main bundle's "Key_Space", the
 // function-key characters U+F704 to U+F726 "F1" to "F35", anything else upper-cased in the current
-// locale. outStringRef need not be empty: it is overwritten.
+// locale. outStringRef need not be empty: it is overwritten (paramErr only when it is NULL).
 ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfCharacter(UniChar inCharacter, CFStringRef* outStringRef, Boolean inLog);
-// The glyphs of the set modifiers; "" when none is set.
+// The glyphs of the set modifiers; "" when none is set. paramErr for a NULL or full out slot.
 ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfModifierFlags(UInt32 inModifierFlags, CFStringRef* outStringRef,
                                                            Boolean inLog);
-// The modifier glyphs followed by the character's printable form, e.g. "⌃⌥⌘P".
+// The modifier glyphs followed by the character's printable form, e.g. "⌃⌥⌘P". paramErr for a
+// NULL or full out slot.
 ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfKeyEquivalent(UniChar inCharacter, UInt32 inModifierFlags,
                                                            CFStringRef* outStringRef, Boolean inLog);
 // The character the virtual key code (its low 16 bits) gives without modifiers on the current
 // keyboard layout; keyboard statuses are passed up unchanged. A layout of the older 8-bit kind
 // gives the character upper-cased, and leaves *outCharacter alone (noErr) when its table cannot
-// be had; a Unicode layout gives it as the layout shows it.
+// be had; a Unicode layout gives it as the layout shows it. paramErr for a NULL outCharacter.
 ZR_EXPORT OSStatus ZRGetCharacterOfKeyCode(UInt32 inKeyCode, UniChar* outCharacter, Boolean inLog);
-// The key equivalent of the key code's character and the modifier flags.
+// The key equivalent of the key code's character and the modifier flags. paramErr for a NULL or
+// full out slot; the keyboard's statuses are passed up.
 ZR_EXPORT OSStatus ZRCopyPrintableStringRefOfHotKey(UInt32 inKeyCode, UInt32 inModifierFlags, CFStringRef* outStringRef,
                                                     Boolean inLog);
 
@@ -402,7 +408,9 @@ ZR_EXPORT Boolean ZRStringRefIsEmpty(CFStringRef inStringRef);
 ZR_EXPORT Boolean ZRStringRefIsNotEmpty(CFStringRef inStringRef);
 
 // A new malloc'ed, NUL-terminated C string in inEncoding (free it). An empty string, or a
-// string whose converted form fills the encoding's maximum size, fails with unknownErr.
+// string whose converted form fills the encoding's maximum size, fails with unknownErr; so does
+// a string the encoding cannot hold. paramErr for a NULL string or a NULL or full slot. On every
+// failure, paramErr included, a buffer found in the slot is freed and the slot emptied.
 ZR_EXPORT OSStatus ZRCopyCBufferOfStringRef(CFStringRef inStringRef, CFStringEncoding inEncoding, char** outCBuffer,
                                             Boolean inLog);
 // "name (n of total), ..." for each distinct string, ordered case-insensitively with numbers
@@ -411,7 +419,10 @@ ZR_EXPORT OSStatus ZRCopyCBufferOfStringRef(CFStringRef inStringRef, CFStringEnc
 // counted in the total. paramErr for a NULL array or out slot or a full slot.
 ZR_EXPORT OSStatus ZRCopyCombinationStringRefOfStringArrayRef(CFArrayRef inStringArrayRef, Boolean inMultiline,
                                                               CFStringRef* outStringRef, Boolean inLog);
-// The string dressed with the system font of inFontSize points (NSFontAttributeName).
+// The string dressed with the system font of inFontSize points (NSFontAttributeName); a size
+// that is not above 0 (NaN included) gives the system font's standard size. The empty string
+// gives an empty attributed string. paramErr for a NULL string or a NULL or full slot;
+// unknownErr when the system has no font to offer.
 ZR_EXPORT OSStatus ZRCopyAttributedStringRefOfStringRef(CFStringRef inStringRef, float inFontSize,
                                                         CFAttributedStringRef* outAttributedStringRef, Boolean inLog);
 // Every occurrence of inFindStringRef replaced by inReplaceStringRef, compared with
@@ -428,12 +439,17 @@ ZR_EXPORT OSStatus ZRRemoveCharactersFromStringRef(CFStringRef inStringRef, CFSt
                                                    CFStringCompareFlags inCompareOptions, CFStringRef* outStringRef,
                                                    Boolean inLog);
 // Words separated by single spaces (U+0020 only). A final word of one unit is dropped, so
-// "a b" gives "a" and "x" fails; a string of spaces fails with unknownErr.
+// "a b" gives "a" and "x" fails; a string of spaces fails with unknownErr. The empty string
+// fails with unknownErr too, and writes no ERROR line. paramErr for a NULL string or a NULL or
+// full slot.
 ZR_EXPORT OSStatus ZRCopyStringRefOfStringRefAfterNormalizingWhitespace(CFStringRef inStringRef,
                                                                         CFStringRef* outStringRef, Boolean inLog);
 // A number read from text: "3/4" is 0.75, "7,5" is 7.5, else strtod. inDefaultValue only for NULL.
+// Text with no number in front ("", "abc") gives 0; "0/0" gives 0, and another number over 0
+// gives an infinity. A "/", "," or "." in the first or last place does not split the text.
 ZR_EXPORT double ZRGetDoubleOfStringBuffer(const char* inStringBuffer, double inDefaultValue);
-// ZRGetDoubleOfStringBuffer of the string's UTF-8 form; inDefaultValue for NULL or a failed conversion.
+// ZRGetDoubleOfStringBuffer of the string's UTF-8 form; inDefaultValue for NULL or a failed
+// conversion, the empty string included, whose failure is logged whatever the caller wants.
 ZR_EXPORT double ZRGetDoubleOfStringRef(CFStringRef inStringRef, double inDefaultValue);
 
 // ---------------------------------------------------------------------------------------------
@@ -451,15 +467,19 @@ ZR_EXPORT OSStatus ZRCopyBufferOfBase32Buffer(const char* inBase32Buffer, void**
 // Encodings and digests: hexadecimal, handles, SHA-1
 // ---------------------------------------------------------------------------------------------
 
-// Lower-case hex text of the bytes; empty data gives "". On every failure, paramErr included,
-// *outStringRef is released and emptied.
+// Lower-case hex text of the bytes; empty data gives "". paramErr for NULL data or a NULL or full
+// slot. On every failure, paramErr included, *outStringRef is released and emptied.
 ZR_EXPORT OSStatus ZRCopyHexStringRefOfDataRef(CFDataRef inDataRef, Boolean inLog, CFMutableStringRef* outStringRef);
-// A new handle holding a copy of the bytes; empty data fails with unknownErr.
+// A new handle holding a copy of the bytes; empty data fails with unknownErr. paramErr for NULL
+// data or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyHandleOfDataRef(CFDataRef inDataRef, Handle* outHandle, Boolean inLog);
 // Bytes of hex text: odd lengths are padded on the left with "0"; any non-digit counts as 0.
-// The empty string fails with unknownErr (ZRCopyCBufferOfStringRef refuses it).
+// The empty string fails with unknownErr (ZRCopyCBufferOfStringRef refuses it). paramErr for a
+// NULL string or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyDataRefOfHexStringRef(CFStringRef inHexStringRef, Boolean inLog, CFDataRef* outDataRef);
 // The 20-byte SHA-1 digest of the file. Always returns noErr: failure shows as an empty slot.
+// A NULL path, a NULL or full slot (left as it is), the empty path and a file that cannot be
+// opened or read are such failures; an empty file gives the digest of no bytes.
 ZR_EXPORT OSStatus ZRCopySHADataRefOfPathStringRef(CFStringRef inPathStringRef, Boolean inLog, CFDataRef* outDataRef);
 
 // ---------------------------------------------------------------------------------------------
@@ -538,7 +558,10 @@ ZR_EXPORT OSStatus ZRDetachThread(void* (*inThreadCallback)(void*), void* inThre
 // Values kept in the extended attribute inExtendedAttributeBuffer of the file inPathBuffer,
 // never following a symbolic link (a link's own attribute is meant). The Data forms store and
 // read the bytes as they are; every other form stores an XML property list whose root is the
-// value. A missing attribute gives errFSAttributeNotFound (-1427) and is never logged.
+// value. A missing attribute gives errFSAttributeNotFound (-1427) and is never logged. paramErr
+// for a NULL path, name or value, or an out slot that is NULL or full (left as it is); a missing
+// file, a value the file system refuses (too large, a link) or a failed read gives unknownErr.
+// Empty data is stored as an attribute of no bytes, which reads back as empty data.
 ZR_EXPORT OSStatus ZRSetExtendedAttributeDataRefOfPathBuffer(const char* inPathBuffer,
                                                              const char* inExtendedAttributeBuffer, CFDataRef inDataRef,
                                                              Boolean inLog);
@@ -594,7 +617,8 @@ ZR_EXPORT OSStatus ZRCopyExtendedAttributeBooleanRefOfPathBuffer(const char* inP
                                                                  const char* inExtendedAttributeBuffer,
                                                                  CFBooleanRef* outBooleanRef, Boolean inLog);
 // The value, or the default when it is missing, unreadable or of another kind (failures other
-// than a missing attribute are logged). A lossy conversion gives CFNumberGetValue's approximation.
+// than a missing attribute are logged), and for a NULL path or name. A lossy conversion gives
+// CFNumberGetValue's approximation, and is logged.
 ZR_EXPORT int ZRGetExtendedAttributeIntegerOfPathBuffer(const char* inPathBuffer, const char* inExtendedAttributeBuffer,
                                                         int inDefaultInteger, Boolean inLog);
 ZR_EXPORT float ZRGetExtendedAttributeFloatOfPathBuffer(const char* inPathBuffer, const char* inExtendedAttributeBuffer,
@@ -634,31 +658,38 @@ ZR_CHARACTER_LETTERS(ZR_DECLARE_SMALL)
 ZR_EXPORT SInt32 ZRGetExtensionIndexOfHFSName(const HFSUniStr255* inHFSName);
 // True for the ASCII digits "0" to "9" only.
 ZR_EXPORT Boolean ZRUniCharIsNumber(UniChar inUniChar);
-// Whether UCCompareTextDefault finds the texts equivalent under the options.
+// Whether UCCompareTextDefault finds the texts equivalent under the options; false when the
+// comparison itself fails (a NULL buffer).
 ZR_EXPORT Boolean ZRUniCharBuffersAreEqual(const UniChar* inBuffer1, UniCharCount inLength1, const UniChar* inBuffer2,
                                            UniCharCount inLength2, UCCollateOptions inOptions);
 // False when either is NULL.
 ZR_EXPORT Boolean ZRHFSNamesAreEqual(const HFSUniStr255* inHFSName1, const HFSUniStr255* inHFSName2,
                                      UCCollateOptions inOptions);
 // Whether one of the inCount names of the array is equivalent to inHFSName (the first match ends
-// the search); false when either is NULL.
+// the search); false when either is NULL or inCount is not above 0.
 ZR_EXPORT Boolean ZRHFSNameArrayContainsHFSName(const HFSUniStr255* inHFSNameArray, CFIndex inCount,
                                                 const HFSUniStr255* inHFSName, UCCollateOptions inOptions);
 // Whether the name ends in the suffix, unit by unit (no collation). An empty name has no suffix,
-// not even the empty one.
+// not even the empty one; any other name ends in the empty suffix. False for a NULL argument
+// (logged).
 ZR_EXPORT Boolean ZRHFSNameHasSuffix(const HFSUniStr255* inHFSName, const HFSUniStr255* inSuffixHFSName, Boolean inLog);
 // The name as an autoreleased string; NULL for NULL.
 ZR_EXPORT NSString* ZRNameStringOfHFSName(const HFSUniStr255* inHFSName);
 // "0" to "8" become the next digit, "9" becomes "0" with *outIncrementedToZero true; any other
-// unit is left alone (noErr, *outIncrementedToZero untouched).
+// unit is left alone (noErr, *outIncrementedToZero untouched). paramErr for a NULL argument.
 ZR_EXPORT OSStatus ZRIncrementUniCharNumber(UniChar* ioUniChar, Boolean* outIncrementedToZero, Boolean inLog);
-// The string's first 255 units (a surrogate pair may be split).
+// The string's first 255 units (a surrogate pair may be split); the units past the length are
+// left as they were. paramErr for a NULL argument.
 ZR_EXPORT OSStatus ZRGetHFSNameOfStringRef(CFStringRef inStringRef, HFSUniStr255* outHFSName, Boolean inLog);
-// The text after the last "." as a new string; the constant "" when there is no ".".
+// The text after the last "." as a new string (empty for a name ending in "."); the constant ""
+// when there is no "." or the name is empty. paramErr for a NULL name or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyExtensionStringRefOfHFSName(const HFSUniStr255* inHFSName, CFStringRef* outExtensionStringRef,
                                                      Boolean inLog);
 // base + suffix + "." + extension (split at the last "." when inSplitExtension), the base cut so
-// that the whole fits 255 units when it can. *outNameStringRef is overwritten, not tested.
+// that the whole fits 255 units when it can: a base too short to absorb the excess is kept whole,
+// and the result is longer. A name without "." (the empty one included) gives name + suffix;
+// ".profile" gives suffix + ".profile"; "name." gives "name" + suffix + ".". *outNameStringRef is
+// overwritten, not tested; paramErr for a NULL argument.
 ZR_EXPORT OSStatus ZRCopyNameStringRefByAddingSuffixStringRef(CFStringRef inNameStringRef,
                                                               CFStringRef inSuffixStringRef, Boolean inSplitExtension,
                                                               CFStringRef* outNameStringRef, Boolean inLog);
@@ -668,25 +699,34 @@ ZR_EXPORT OSStatus ZRCopyNameStringRefByAddingSuffixStringRef(CFStringRef inName
 // ---------------------------------------------------------------------------------------------
 
 // True when the path ends in "/" followed by the component (byte for byte). "b" does not end in
-// "b"; "/x/" ends in "".
+// "b"; "/x/" ends in "". False for a NULL argument (logged).
 ZR_EXPORT Boolean ZRPathBufferHasLastPathComponentBuffer(const char* inPathBuffer,
                                                          const char* inLastPathComponentBuffer, Boolean inLog);
 // "/Users/<login name>" at the start of the path becomes "~" (no "/" required after it, so
-// "/Users/annabel" is "~bel" for "anna"); other paths come back unchanged.
+// "/Users/annabel" is "~bel" for "anna"); other paths, the empty one included, come back
+// unchanged, and so does every path when there is no login name. The tilde path is cut to 1023
+// bytes; a cut that splits a character, or a home path of 1024 bytes or more, leaves the path
+// unchanged. paramErr for a NULL path or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyTildedPathStringRefOfPathBuffer(const char* inPathBuffer, CFStringRef* outTildedPathStringRef,
                                                          Boolean inLog);
+// The same for a string, through its UTF-8 form: the empty string has none and fails with
+// unknownErr.
 ZR_EXPORT OSStatus ZRCopyTildedPathStringRefOfPathStringRef(CFStringRef inPathStringRef,
                                                             CFStringRef* outTildedPathStringRef, Boolean inLog);
 // ZRCopyTildedPathStringRefOfPathStringRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRTildedPathStringOfPathString(NSString* inPathString);
-// "~/rest" becomes "/Users/<login name>/rest"; anything else ("~", "~/", "~anna/x") is handed
-// back itself, retained.
+// "~/rest" becomes "/Users/<login name>/rest"; anything else ("~", "~/", "~anna/x", "") is
+// handed back itself, retained. Without a login name "~/rest" fails with unknownErr. paramErr
+// for a NULL string or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyPathStringRefOfTildedPathStringRef(CFStringRef inTildedPathStringRef,
                                                             CFStringRef* outStringRef, Boolean inLog);
-// The POSIX form of an HFS path ("Disk:Users:anna" with the host's volume mapping).
+// The POSIX form of an HFS path ("Disk:Users:anna" with the host's volume mapping). A name
+// without ":" comes back as it is and ":a" as the relative "a"; the empty string fails with
+// unknownErr. paramErr for a NULL string or a NULL or full slot.
 ZR_EXPORT OSStatus ZRCopyPathStringRefOfHFSPathStringRef(CFStringRef inHFSPathStringRef, CFStringRef* outPathStringRef,
                                                          Boolean inLog);
-// The item's name. *outStringRef is overwritten, not tested.
+// The item's name. *outStringRef is overwritten, not tested; paramErr for a NULL argument. A
+// reference whose item is gone gives the file manager's status.
 ZR_EXPORT OSStatus ZRCopyNameStringRefOfFSRef(const FSRef* inFSRef, CFStringRef* outStringRef, Boolean inLog);
 // ZRCopyNameStringRefOfFSRef with inLog true, autoreleased; nil on failure.
 ZR_EXPORT NSString* ZRNameStringOfFSRef(const FSRef* inFSRef);
@@ -699,15 +739,20 @@ ZR_EXPORT NSString* ZRNameStringOfFSRef(const FSRef* inFSRef);
 // the preference is missing or names neither). Never fails.
 ZR_EXPORT Boolean ZRGetApplicationLanguageType(void);
 // "de" or "en", whichever of the two comes first in the user's "AppleLanguages"; "en" when
-// neither does.
+// neither does (no prefix matching: "en-US" alone gives "en" by that rule). paramErr for a NULL
+// or full slot; unknownErr when "AppleLanguages" holds no array.
 ZR_EXPORT OSStatus ZRCopyShortLanguageStringRef(CFStringRef* outStringRef, Boolean inLog);
 // The application's folder "Korvane" in the user's Application Support folder, both made when
 // missing, as a POSIX path in a 1024-byte buffer of calloc (the caller frees it). A buffer found
-// in the slot is freed and the slot emptied before paramErr. An existing item of that name is
-// taken as it is, folder or not.
+// in the slot is freed and the slot emptied before paramErr, which a NULL slot gives too. An
+// existing item of that name is taken as it is, folder or not. The file services' statuses are
+// passed up.
 ZR_EXPORT OSStatus ZRCopySupportPathBuffer(char** outBuffer, Boolean inLog);
 // The URL of the main bundle's resource file of that full name (extension included), looked for
-// in the resources folder, then in its localization folders.
+// in the resources folder, then in its localization folders. A name the bundle lacks (the empty
+// one included) gives unknownErr. These resource functions give paramErr for a NULL name or a
+// NULL or full slot (ZRGetResourceFSRef: a NULL record), and pass up the status of the lookup
+// they build on.
 ZR_EXPORT OSStatus ZRCopyResourceURLRef(CFStringRef inResourceNameStringRef, CFURLRef* outURLRef, Boolean inLog);
 // The resource's file reference, filled in place.
 ZR_EXPORT OSStatus ZRGetResourceFSRef(CFStringRef inResourceNameStringRef, FSRef* outFSRef, Boolean inLog);
