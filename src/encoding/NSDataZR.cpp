@@ -1,5 +1,5 @@
-// NSDataZR.cpp: the NSData(ZR) category: unpadded Base32 with its own tables and loop, and
-// Base64 through OpenSSL's Base64 filter over memory objects.
+// NSDataZR.cpp: the NSData(ZR) category: unpadded Base32 with its own tables (the group loops are
+// shared with the C functions, Base32Groups.h), and Base64 through OpenSSL's Base64 filter.
 #include <ZRFramework/ZRFramework.h>
 #include <openssl/bio.h>
 #include <openssl/evp.h>
@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "encoding/AsciiBlocks.h"
+#include "encoding/Base32Groups.h"
 
 namespace {
 
@@ -22,22 +23,11 @@ constexpr SInt32 charDigits[] = {
     0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,  // A-Z
     -1, -1, -1, -1, -1, -1,  // [ \ ] ^ _ `
     0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};  // a-z
-constexpr int kCharDigitCount = sizeof(charDigits) / sizeof(charDigits[0]);
-static_assert(kCharDigitCount == 73);
+static_assert(sizeof(charDigits) / sizeof(charDigits[0]) == zr::internal::base32::kDecodeTableSize);
 
-// The characters of every 10-bit value, two at a time, made from canonicalChars when compiling:
-// a group of 5 bytes takes 4 look-ups.
-struct CharPairs {
-  char pairs[1024][2];
+namespace base32 = zr::internal::base32;
 
-  constexpr CharPairs() : pairs() {
-    for (int value = 0; value < 1024; ++value) {
-      pairs[value][0] = canonicalChars[value >> 5];
-      pairs[value][1] = canonicalChars[value & 31];
-    }
-  }
-};
-constexpr CharPairs kCharPairs;
+constexpr base32::CharPairs kCharPairs(canonicalChars);
 
 // Work buffers up to this size live on the stack; larger ones (inputs of any size are
 // accepted) come from the heap, so that a big input cannot overflow the stack.
@@ -74,50 +64,11 @@ class WorkBuffer {
   UInt8* bytes_ = nullptr;
 };
 
-// The value of one character, or -1: codes below 50, at or above 128 (negative as a signed
-// byte, and so above the table as unsigned offsets) and 123 to 127 (above the table) are
-// invalid.
-inline SInt32 DigitOf(char character) {
-  unsigned int index = static_cast<unsigned int>(static_cast<signed char>(character) - 50);
-  // Out of the table's range, the entry of the digit 8 (offset 6), which is invalid, is read
-  // instead: a choice of index rather than a branch, in the innermost loop.
-  return charDigits[index < static_cast<unsigned int>(kCharDigitCount) ? index : 6];
-}
-
-// The 10 bits of every pair of characters (the first character's code in the low byte of the
-// index), or -1 when either character is invalid, made from charDigits through DigitOf: a group
-// of 8 characters takes 4 look-ups. At 128 KiB the table is made on first use, in memory that
-// costs nothing until then, rather than carried in the library.
-struct PairDigits {
-  SInt16 values[1 << 16];
-
-  PairDigits() {
-    for (int second = 0; second < 256; ++second) {
-      for (int first = 0; first < 256; ++first) {
-        SInt32 high = DigitOf(static_cast<char>(first));
-        SInt32 low = DigitOf(static_cast<char>(second));
-        values[first | (second << 8)] = static_cast<SInt16>(high < 0 || low < 0 ? -1 : (high << 5) | low);
-      }
-    }
-  }
-};
+inline SInt32 DigitOf(char character) { return base32::DigitOf(charDigits, character); }
 
 const SInt16* ThePairDigits() {
-  static const PairDigits table;
+  static const base32::PairDigits table(charDigits);
   return table.values;
-}
-
-// Sets the bit layout of one group: up to 5 bytes in, up to 8 characters out.
-inline void EncodeGroup(const UInt8* b, size_t charCount, char* out) {
-  const int c[8] = {b[0] >> 3,
-                    ((b[0] & 7) << 2) | (b[1] >> 6),
-                    (b[1] >> 1) & 31,
-                    ((b[1] & 1) << 4) | (b[2] >> 4),
-                    ((b[2] & 15) << 1) | (b[3] >> 7),
-                    (b[3] >> 2) & 31,
-                    ((b[3] & 3) << 3) | (b[4] >> 5),
-                    b[4] & 31};
-  for (size_t i = 0; i < charCount; ++i) out[i] = canonicalChars[c[i]];
 }
 
 // Whether a text of this many characters can be Base32: no whole number of bytes gives a
@@ -130,53 +81,24 @@ bool HasWholeBytes(size_t textLength) {
 // Decodes `count` characters that start a group (and end the text, or a whole group) into
 // `out`; false when one of them is invalid or the final group has non-zero leftover bits.
 bool DecodeText(const UInt8* in, size_t count, UInt8* out) {
-  size_t remaining = count;
-  // Whole groups first, each in one step: the 40 bits of the group (first pair of characters
-  // highest), then its bytes in order.
-  const SInt16* pairDigits = remaining > 8 ? ThePairDigits() : nullptr;
-  while (remaining > 8) {
-    const SInt32 v[4] = {pairDigits[in[0] | (in[1] << 8)], pairDigits[in[2] | (in[3] << 8)],
-                         pairDigits[in[4] | (in[5] << 8)], pairDigits[in[6] | (in[7] << 8)]};
-    if ((v[0] | v[1] | v[2] | v[3]) < 0) return false;
-    uint64_t bits = (uint64_t(v[0]) << 30) | (uint64_t(v[1]) << 20) | (uint64_t(v[2]) << 10) | uint64_t(v[3]);
-    out[0] = static_cast<UInt8>(bits >> 32);
-    out[1] = static_cast<UInt8>(bits >> 24);
-    out[2] = static_cast<UInt8>(bits >> 16);
-    out[3] = static_cast<UInt8>(bits >> 8);
-    out[4] = static_cast<UInt8>(bits);
-    in += 8;
-    out += 5;
-    remaining -= 8;
+  if (count == 0) return true;
+  // Whole groups first, each in one step; then the last group, whole or not.
+  size_t groups = (count - 1) / 8;
+  if (groups > 0 && base32::DecodeWholeGroups(in, groups, ThePairDigits(), out) < groups) return false;
+  in += 8 * groups;
+  out += 5 * groups;
+  size_t remaining = count - 8 * groups;
+  SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+  SInt32 invalid = 0;
+  for (size_t i = 0; i < remaining; ++i) {
+    d[i] = DigitOf(static_cast<char>(in[i]));
+    invalid |= d[i];
   }
-  // The last group, whole or not.
-  if (remaining > 0) {
-    SInt32 d[8] = {0, 0, 0, 0, 0, 0, 0, 0};
-    SInt32 invalid = 0;
-    for (size_t i = 0; i < remaining; ++i) {
-      d[i] = DigitOf(static_cast<char>(in[i]));
-      invalid |= d[i];
-    }
-    if (invalid < 0) return false;
-    out[0] = static_cast<UInt8>((d[0] << 3) | (d[1] >> 2));
-    if (remaining == 8) {
-      out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-      out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-      out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
-      out[4] = static_cast<UInt8>(((d[6] << 5) & 0xE0) | d[7]);
-    } else {
-      // A final group of 2, 4, 5 or 7 characters gives 1 to 4 bytes; the low bits of its last
-      // character that no byte takes must be zero.
-      if (remaining >= 4) out[1] = static_cast<UInt8>(((d[1] << 6) & 0xC0) | ((d[2] << 1) & 0x3E) | (d[3] >> 4));
-      if (remaining >= 5) out[2] = static_cast<UInt8>(((d[3] << 4) & 0xF0) | (d[4] >> 1));
-      if (remaining >= 7) out[3] = static_cast<UInt8>(((d[4] << 7) & 0x80) | ((d[5] << 2) & 0x7C) | (d[6] >> 3));
-      SInt32 leftover = remaining == 2   ? (d[1] & 3)
-                        : remaining == 4 ? (d[3] & 15)
-                        : remaining == 5 ? (d[4] & 1)
-                                         : (d[6] & 7);
-      if (leftover != 0) return false;
-    }
-  }
-  return true;
+  if (invalid < 0) return false;
+  base32::StoreBytes(d, remaining, out);
+  // A final group of 2, 4, 5 or 7 characters gives 1 to 4 bytes; the low bits of its last
+  // character that no byte takes must be zero.
+  return remaining == 8 || base32::LeftoverBits(d, remaining) == 0;
 }
 
 // The decoded bytes of a text of a given length, in one work buffer.
@@ -375,38 +297,9 @@ NSString* base32String(NSData* self) {
   char* out = reinterpret_cast<char*>(buffer.bytes());
   if (!out) return nil;
 
-  size_t remaining = length;
-  // Whole groups, as 40 bits each (first byte highest), 10 bits a look-up. While 8 bytes
-  // remain, a group is read as 8 bytes at once (the 3 after it are read again with the next
-  // group), which compilers turn into one load.
-  while (remaining >= 5) {
-    uint64_t bits;
-    if (remaining >= 8) {
-      bits = ((uint64_t{bytes[0]} << 56) | (uint64_t{bytes[1]} << 48) | (uint64_t{bytes[2]} << 40) |
-              (uint64_t{bytes[3]} << 32) | (uint64_t{bytes[4]} << 24) | (uint64_t{bytes[5]} << 16) |
-              (uint64_t{bytes[6]} << 8) | bytes[7]) >>
-             24;
-    } else {
-      bits = (uint64_t{bytes[0]} << 32) | (uint64_t{bytes[1]} << 24) | (uint64_t{bytes[2]} << 16) |
-             (uint64_t{bytes[3]} << 8) | bytes[4];
-    }
-    memcpy(out, kCharPairs.pairs[(bits >> 30) & 1023], 2);
-    memcpy(out + 2, kCharPairs.pairs[(bits >> 20) & 1023], 2);
-    memcpy(out + 4, kCharPairs.pairs[(bits >> 10) & 1023], 2);
-    memcpy(out + 6, kCharPairs.pairs[bits & 1023], 2);
-    bytes += 5;
-    out += 8;
-    remaining -= 5;
-  }
-  if (remaining > 0) {
-    // A final group of 1, 2, 3 or 4 bytes (the missing ones count as 0) gives 2, 4, 5 or 7
-    // characters, and no padding.
-    static const size_t kCharsOfBytes[5] = {0, 2, 4, 5, 7};
-    UInt8 last[5] = {0, 0, 0, 0, 0};
-    memcpy(last, bytes, remaining);
-    EncodeGroup(last, kCharsOfBytes[remaining], out);
-    out += kCharsOfBytes[remaining];
-  }
+  size_t done = base32::EncodeWholeGroups(bytes, length, kCharPairs, out);
+  out += done / 5 * 8;
+  if (done < length) out += base32::EncodeFinalGroup(bytes + done, length - done, canonicalChars, out);
   *out = '\0';
   return ns::stringWithCString(reinterpret_cast<char*>(buffer.bytes()), NSMacOSRomanStringEncoding);
 }
