@@ -503,6 +503,20 @@ TEST_F(CombinationEnglishTest, EachAllocationFailureIsReportedAndLeavesNothingBe
   CheckSweep(runs, of3, {u"apple (1 of 3), Pear (1 of 3)", u"Pear (2 of 3)", u"apple (1 of 3)"}, fromTable);
 }
 
+// A C++ allocation of the function's own that fails ends it as a whole, with its one line.
+TEST_F(CombinationEnglishTest, AFailedCxxAllocationHasItsLine) {
+  CFArrayRef array = MakeArray({u"Pear", u"apple", u"Pear"});
+  Combine(array, false, false);
+  LogCapture log;
+  zrtest::ExpectFailureLinesOnlyWithInLog(&log, zrtest::AllocationSeams()[1], 1, unknownErr,
+                                          {Line("operator new returns NULL")}, [&](Boolean inLog) {
+                                            Outcome outcome = Combine(array, false, inLog);
+                                            EXPECT_EQ(outcome.text, u"<NULL>");
+                                            return outcome.status;
+                                          });
+  CFRelease(array);
+}
+
 // ---------------------------------------------------------------------------------------------
 // German
 

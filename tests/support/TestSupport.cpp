@@ -106,13 +106,19 @@ void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRe
 void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,
                                      const std::vector<std::string>& lines,
                                      const std::function<OSStatus(Boolean inLog)>& call) {
+  ExpectFailureLinesOnlyWithInLog(log, AllocationSeams()[0], failingAllocation, status, lines, call);
+}
+
+void ExpectFailureLinesOnlyWithInLog(LogCapture* log, const AllocationSeam& seam, long failingAllocation,
+                                     OSStatus status, const std::vector<std::string>& lines,
+                                     const std::function<OSStatus(Boolean inLog)>& call) {
   for (Boolean inLog : {true, false}) {
     log->clear();
-    if (failingAllocation > 0) ZRTestingFailAllocation(failingAllocation);
+    if (failingAllocation > 0) seam.fail(failingAllocation);
     EXPECT_EQ(call(inLog), status) << "inLog " << int{inLog};
     if (failingAllocation > 0) {
-      EXPECT_FALSE(ZRTestingFailurePending()) << "allocation " << failingAllocation << " not reached";
-      ZRTestingFailAllocation(0);
+      EXPECT_FALSE(seam.pending()) << seam.name << ": allocation " << failingAllocation << " not reached";
+      seam.fail(0);
     }
     EXPECT_EQ(WithoutLines(log->lines()), inLog ? lines : std::vector<std::string>()) << "inLog " << int{inLog};
   }

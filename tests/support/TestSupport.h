@@ -63,6 +63,19 @@ struct AllocationSeam {
 // (ZRTestingFailCxxAllocation), in that order, for tests that run a call under each.
 const std::vector<AllocationSeam>& AllocationSeams();
 
+// Runs `call` twice, first with inLog true and then false, each time with the n-th allocation on
+// this thread failing when failingAllocation > 0 (expecting that failure to be reached): expects
+// both runs to return `status`, the first to write exactly `lines` (compared without line numbers)
+// and the second to write nothing. The log is cleared before each run. `call` releases what it
+// made, and may check its out-parameters itself.
+void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,
+                                     const std::vector<std::string>& lines,
+                                     const std::function<OSStatus(Boolean inLog)>& call);
+// The same with the n-th allocation of the seam given failing.
+void ExpectFailureLinesOnlyWithInLog(LogCapture* log, const AllocationSeam& seam, long failingAllocation,
+                                     OSStatus status, const std::vector<std::string>& lines,
+                                     const std::function<OSStatus(Boolean inLog)>& call);
+
 // Calls `create` with its 1st, 2nd, ... allocation failing, at most `limit` times, until a call
 // returns an object without having reached its armed failure. `isComplete`, when given, looks at
 // each object returned (it may check it) and tells whether it is the full answer rather than one
@@ -76,15 +89,6 @@ void ExpectAllocationFailuresHandled(long limit, const std::function<CFTypeRef()
 // expects no exception to leave `create`.
 void ExpectCxxAllocationFailuresHandled(long limit, const std::function<CFTypeRef()>& create,
                                         const std::function<bool(CFTypeRef)>& isComplete = nullptr);
-
-// Runs `call` twice, first with inLog true and then false, each time with the n-th allocation on
-// this thread failing when failingAllocation > 0 (expecting that failure to be reached): expects
-// both runs to return `status`, the first to write exactly `lines` (compared without line numbers)
-// and the second to write nothing. The log is cleared before each run. `call` releases what it
-// made, and may check its out-parameters itself.
-void ExpectFailureLinesOnlyWithInLog(LogCapture* log, long failingAllocation, OSStatus status,
-                                     const std::vector<std::string>& lines,
-                                     const std::function<OSStatus(Boolean inLog)>& call);
 
 // The string's characters as UTF-8; "<NULL>" for NULL, "<unconvertible>" when the characters
 // have no UTF-8 form (a lone surrogate). The text ends at the first NUL character.
