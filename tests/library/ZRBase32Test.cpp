@@ -14,6 +14,7 @@ namespace {
 
 using zrtest::AutoreleasedData;
 using zrtest::AutoreleasedString;
+using zrtest::AutoreleasedStringOfUnits;
 using zrtest::Bytes;
 using zrtest::RandomBytes;
 using zrtest::Utf8;
@@ -369,13 +370,6 @@ TEST_F(Base32Test, CategoryRoundTripsInputsLargerThanTheStack) {
   EXPECT_TRUE(Bytes(decoded) == bytes);
 }
 
-// A string of the UTF-16 units, NUL characters included.
-NSString* StringOfUnits(const std::u16string& units) {
-  CFStringRef string = CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
-                                                    static_cast<CFIndex>(units.size()));
-  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
-}
-
 // The category reads the text from the string a block of characters at a time: groups across
 // the blocks' ends decode as anywhere else; a character that is refused late in the text refuses
 // all of it; a NUL character ends the C string, and the text decodes up to it when the length
@@ -387,7 +381,7 @@ TEST_F(Base32Test, CategoryReadsLongTextsAsOneCString) {
   for (size_t length : {16376u, 16384u, 16392u, 16386u, 32775u, 48000u}) {
     NSAutoreleasePool pool;
     std::u16string units(text.begin(), text.begin() + static_cast<long>(length));
-    NSData* data = ZR::dataWithBase32String(StringOfUnits(units));
+    NSData* data = ZR::dataWithBase32String(AutoreleasedStringOfUnits(units));
     size_t lastGroup = length % 8;
     if (lastGroup == 1 || lastGroup == 3 || lastGroup == 6) {
       EXPECT_EQ(data, nil) << length;
@@ -407,7 +401,7 @@ TEST_F(Base32Test, CategoryReadsLongTextsAsOneCString) {
     for (char16_t refused : {u'1', u'=', u'\u00e9'}) {
       std::u16string units = whole;
       units[at] = refused;
-      EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(units)), nil) << at;
+      EXPECT_EQ(ZR::dataWithBase32String(AutoreleasedStringOfUnits(units)), nil) << at;
     }
     // Cut by a NUL character at a possible length (a whole group), at an impossible one, and with
     // a character without an ASCII form after it.
@@ -415,16 +409,16 @@ TEST_F(Base32Test, CategoryReadsLongTextsAsOneCString) {
     std::u16string cut = whole;
     cut[group] = u'\0';
     cut[group + 3] = u'!';
-    NSData* data = ZR::dataWithBase32String(StringOfUnits(cut));
+    NSData* data = ZR::dataWithBase32String(AutoreleasedStringOfUnits(cut));
     ASSERT_NE(data, nil) << at;
     EXPECT_TRUE(Bytes(data) == ReferenceBytes(text, group)) << at;
     cut[group] = u'A';
     cut[group + 1] = u'\0';
-    EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(cut)), nil) << at;
+    EXPECT_EQ(ZR::dataWithBase32String(AutoreleasedStringOfUnits(cut)), nil) << at;
     cut[group + 1] = u'A';
     cut[group] = u'\0';
     cut[group + 3] = u'\u00e9';
-    EXPECT_EQ(ZR::dataWithBase32String(StringOfUnits(cut)), nil) << at;
+    EXPECT_EQ(ZR::dataWithBase32String(AutoreleasedStringOfUnits(cut)), nil) << at;
   }
 }
 

@@ -15,6 +15,7 @@ namespace {
 
 using zrtest::AutoreleasedData;
 using zrtest::AutoreleasedString;
+using zrtest::AutoreleasedStringOfUnits;
 using zrtest::Bytes;
 using zrtest::RandomBytes;
 using zrtest::Utf8;
@@ -163,13 +164,6 @@ std::string FilterOverMemory(const std::string& cString) {
   return bytes;
 }
 
-// A string of the UTF-16 units, NUL characters included.
-NSString* StringOfUnits(const std::u16string& units) {
-  CFStringRef string = CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
-                                                    static_cast<CFIndex>(units.size()));
-  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
-}
-
 // The decoder reads the text from the string as the filter asks for it: whatever the text holds
 // and wherever (line breaks, padding or a stray character early or late, a NUL character, which
 // ends the C string, beyond the first blocks), the result is the filter's over the C string.
@@ -187,7 +181,7 @@ TEST_F(Base64Test, DecodesAsTheFilterDoesOverTheCString) {
   texts.push_back(valid.substr(0, 20001));  // cut off inside a group
   for (const std::string& text : texts) {
     NSAutoreleasePool pool;
-    NSData* data = ZR::dataWithBase64String(StringOfUnits(std::u16string(text.begin(), text.end())));
+    NSData* data = ZR::dataWithBase64String(AutoreleasedStringOfUnits(std::u16string(text.begin(), text.end())));
     ASSERT_NE(data, nil);
     EXPECT_TRUE(Bytes(data) == FilterOverMemory(text)) << text.size() << " " << text.find_first_not_of(kAlphabet);
   }
@@ -204,7 +198,7 @@ TEST_F(Base64Test, TextWithoutAnAsciiFormDecodesToEmptyDataWhereverItIs) {
       std::u16string units(valid.begin(), valid.end());
       units[at] = u'\u00e9';
       units[at / 2] = earlier;
-      NSData* data = ZR::dataWithBase64String(StringOfUnits(units));
+      NSData* data = ZR::dataWithBase64String(AutoreleasedStringOfUnits(units));
       ASSERT_NE(data, nil);
       EXPECT_EQ(ns::length(data), 0u) << at << " " << static_cast<int>(earlier);
     }

@@ -177,6 +177,13 @@ NSString* AutoreleasedString(const std::string& utf8) {
   return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
 }
 
+NSString* AutoreleasedStringOfUnits(const std::u16string& units) {
+  CFStringRef string = CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                                    static_cast<CFIndex>(units.size()));
+  if (!string) return nil;
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
 NSData* AutoreleasedData(const std::string& bytes) { return ns::dataWithBytes(bytes.data(), bytes.size()); }
 
 std::string Bytes(CFDataRef data) {

@@ -120,6 +120,9 @@ int IntOf(const void* number);
 // An autoreleased string from UTF-8 text; NULL when the text is not UTF-8. Needs a pool.
 NSString* AutoreleasedString(const std::string& utf8);
 
+// An autoreleased string of the UTF-16 units, NUL characters included. Needs a pool.
+NSString* AutoreleasedStringOfUnits(const std::u16string& units);
+
 // Autoreleased data holding a copy of the bytes; empty data for "". Needs a pool.
 NSData* AutoreleasedData(const std::string& bytes);
 
