@@ -10,6 +10,10 @@ ProgramAllocations::ProgramAllocations() = default;
 
 ProgramAllocations::~ProgramAllocations() = default;
 
+bool CxxAllocationAllowed() { return true; }
+
+bool WideStringsForced() { return false; }
+
 void ObjectCreated() {}
 
 void ObjectDestroyed() {}

@@ -32,6 +32,8 @@ bool AllocationAllowed() {
   return true;
 }
 
+bool CxxAllocationAllowed() { return ZRTestingCxxAllocationAllowed(); }
+
 void ObjectCreated() { gLiveObjects.fetch_add(1, std::memory_order_relaxed); }
 
 void ObjectDestroyed() { gLiveObjects.fetch_sub(1, std::memory_order_relaxed); }

@@ -208,7 +208,7 @@ class BinaryPlist {
   size_t encode(CFTypeRef object) {
     CFTypeID type = CFGetTypeID(object);
     if (type == CFStringGetTypeID()) {
-      std::u16string chars = zrp::Chars(static_cast<CFStringRef>(object));
+      std::u16string chars = zrtest::Units(static_cast<CFStringRef>(object));
       bool ascii = true;
       for (char16_t c : chars) ascii = ascii && c < 0x80;
       return add(ascii ? ASCII(std::string(chars.begin(), chars.end())) : UTF16(chars));

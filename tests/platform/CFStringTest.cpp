@@ -393,8 +393,8 @@ TEST(CFStringEncoding, CStringPtrOfConstantStrings) {
   EXPECT_STREQ(CFStringGetCStringPtr(CFSTR("caf\xc3\xa9"), kCFStringEncodingMacRoman), "caf\x8e");
   EXPECT_EQ(CFStringGetCStringPtr(CFSTR("caf\xc3\xa9"), kCFStringEncodingASCII), nullptr);
   EXPECT_EQ(CFStringGetCStringPtr(CFSTR("text"), kCFStringEncodingUTF16), nullptr);
-  // Other strings may change or go away; they lend no pointer.
-  CFMutableStringRef mutableText = CFStringCreateMutableCopy(nullptr, 0, CFSTR("pointer text"));
+  // Other strings that hold UTF-16 may change or go away; they lend no pointer.
+  CFMutableStringRef mutableText = CFStringCreateMutableCopy(nullptr, 0, CFSTR("pointer \xe2\x82\xac"));
   EXPECT_EQ(CFStringGetCStringPtr(mutableText, kCFStringEncodingUTF8), nullptr);
   CFRelease(mutableText);
 }

@@ -52,6 +52,13 @@ CF_EXPORT CFStringRef __CFStringMakeConstantString(const char* cStr);
 CF_EXPORT CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CFStringEncoding encoding);
 CF_EXPORT CFStringRef CFStringCreateWithBytes(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,
                                               CFStringEncoding encoding, Boolean isExternalRepresentation);
+// Takes over the bytes when they are the text as they stand (ISO Latin 1, or ASCII in an encoding
+// that writes ASCII as itself), else converts them and frees them at once; contentsDeallocator
+// frees them (any allocator but kCFAllocatorNull, which leaves them to the caller). On NULL the
+// bytes stay the caller's.
+CF_EXPORT CFStringRef CFStringCreateWithBytesNoCopy(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,
+                                                    CFStringEncoding encoding, Boolean isExternalRepresentation,
+                                                    CFAllocatorRef contentsDeallocator);
 CF_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef alloc, const UniChar* chars, CFIndex numChars);
 CF_EXPORT CFStringRef CFStringCreateWithSubstring(CFAllocatorRef alloc, CFStringRef str, CFRange range);
 CF_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef alloc, CFStringRef theString);

@@ -210,7 +210,7 @@ void __CFDictionary::appendDescription(int level, std::u16string* out) const {
   }
   if (allStrings) {
     std::sort(ordered.begin(), ordered.end(), [](const Entry* a, const Entry* b) {
-      return static_cast<CFStringRef>(a->key)->chars < static_cast<CFStringRef>(b->key)->chars;
+      return zrp::CompareUnits(static_cast<CFStringRef>(a->key)->text, static_cast<CFStringRef>(b->key)->text) < 0;
     });
   }
   zrp::AppendIndent(level, out);

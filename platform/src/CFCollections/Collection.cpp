@@ -9,6 +9,7 @@
 
 #include "CFString/StringImpl.h"
 #include "runtime/Characters.h"
+#include "runtime/NoThrow.h"
 
 namespace zrp {
 namespace {
@@ -69,14 +70,14 @@ void AppendElementDescription(const void* value, CFStringRef (*copyDescription)(
       return;
     }
     if (type == kTypeIDString) {
-      AppendStringElement(static_cast<CFStringRef>(value)->chars, out);
+      AppendStringElement(Chars(static_cast<CFStringRef>(value)), out);
       return;
     }
   }
   CFStringRef text = copyDescription ? copyDescription(value) : nullptr;
   if (text) {
-    out->append(text->chars);
-    CFRelease(text);
+    ReleaseAtEnd release(text);
+    out->append(WideView(text).view());
     return;
   }
   // Values without a description callback, or whose description could not be made, print

@@ -52,12 +52,12 @@ struct __CFError final : zrp::Object {
     CFStringRef text = CFErrorCopyDescription(const_cast<__CFError*>(this));
     if (!text) return nullptr;
     std::u16string out = u"Error Domain=";
-    out += zrp::View(domain);
+    out += zrp::WideView(domain).view();
     out += u" Code=";
     std::string number = std::to_string(code);
     out.append(number.begin(), number.end());
     out += u" \"";
-    out += zrp::View(text);
+    out += zrp::WideView(text).view();
     out += u"\"";
     CFRelease(text);
     CFIndex count = CFDictionaryGetCount(userInfo);
@@ -71,7 +71,7 @@ struct __CFError final : zrp::Object {
         for (const void* part : {keys[i], values[i]}) {
           CFStringRef description = CFCopyDescription(part);
           if (description) {
-            out += zrp::View(description);
+            out += zrp::WideView(description).view();
             CFRelease(description);
           }
           if (part == keys[i]) out += u"=";
@@ -171,11 +171,11 @@ CFStringRef CFErrorCopyDescription(CFErrorRef err) {
     CFStringRef reason = CopyUserInfoString(err->userInfo, kCFErrorLocalizedFailureReasonKey);
     if (reason) {
       text += u" ";
-      text += zrp::View(reason);
+      text += zrp::WideView(reason).view();
       CFRelease(reason);
     } else {
       text += u" (";
-      text += zrp::View(err->domain);
+      text += zrp::WideView(err->domain).view();
       text += u" error ";
       std::string number = std::to_string(err->code);
       text.append(number.begin(), number.end());

@@ -266,7 +266,7 @@ class BinaryReader {
       if (!key || CFGetTypeID(key.get()) != CFStringGetTypeID()) return nullptr;
       // Keys stay immutable whatever the options, as in the XML form.
       if (builder_.mutableLeaves()) {
-        key = CFHolder(CreateString(static_cast<CFStringRef>(key.get())->chars));
+        key = CFHolder(CreateString(static_cast<CFStringRef>(key.get())->text));
         if (!key) return nullptr;
       }
       CFHolder value(object(valueIndex, depth + 1));

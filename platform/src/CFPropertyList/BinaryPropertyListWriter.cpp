@@ -164,14 +164,17 @@ class BinaryWriter {
 
   static bool encodeLeaf(CFTypeRef object, CFTypeID type, std::string* out) {
     if (type == CFStringGetTypeID()) {
-      std::u16string_view chars = View(static_cast<CFStringRef>(object));
-      bool ascii = std::all_of(chars.begin(), chars.end(), [](char16_t c) { return c < 0x80; });
-      AppendMarkerAndCount(ascii ? 0x50 : 0x60, chars.size(), out);
-      if (ascii) {
-        for (char16_t c : chars) out->push_back(static_cast<char>(c));
-      } else {
-        for (char16_t c : chars) AppendBigEndian(c, 2, out);
-      }
+      // ASCII text one byte a character, any other as big-endian UTF-16, whichever form the
+      // string keeps its text in.
+      static_cast<CFStringRef>(object)->text.visit([out](auto chars) {
+        bool ascii = std::all_of(chars.begin(), chars.end(), [](auto c) { return c < 0x80; });
+        AppendMarkerAndCount(ascii ? 0x50 : 0x60, chars.size(), out);
+        if (ascii) {
+          for (auto c : chars) out->push_back(static_cast<char>(c));
+        } else {
+          for (auto c : chars) AppendBigEndian(static_cast<char16_t>(c), 2, out);
+        }
+      });
     } else if (type == CFBooleanGetTypeID()) {
       out->push_back(CFBooleanGetValue(static_cast<CFBooleanRef>(object)) ? '\x09' : '\x08');
     } else if (type == CFNumberGetTypeID()) {
@@ -240,7 +243,7 @@ class BinaryWriter {
       if (!keys[i] || CFGetTypeID(keys[i]) != CFStringGetTypeID()) return false;
     }
     std::sort(order.begin(), order.end(), [&keys](size_t a, size_t b) {
-      return View(static_cast<CFStringRef>(keys[a])) < View(static_cast<CFStringRef>(keys[b]));
+      return CompareUnits(static_cast<CFStringRef>(keys[a])->text, static_cast<CFStringRef>(keys[b])->text) < 0;
     });
     references->resize(2 * count);
     for (size_t i = 0; i < count; ++i)

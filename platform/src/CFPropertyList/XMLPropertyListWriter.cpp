@@ -32,7 +32,7 @@ constexpr char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqr
 
 void AppendEscaped(CFStringRef string, std::string* out) {
   std::string utf8;
-  EncodeUTF8(View(string), &utf8);
+  EncodeUTF8(WideView(string), &utf8);
   for (char c : utf8) {
     switch (c) {
       case '&':
@@ -181,7 +181,7 @@ class XMLWriter {
       if (!keys[i] || CFGetTypeID(keys[i]) != CFStringGetTypeID()) return false;
     }
     std::sort(order.begin(), order.end(), [&keys](size_t a, size_t b) {
-      return View(static_cast<CFStringRef>(keys[a])) < View(static_cast<CFStringRef>(keys[b]));
+      return CompareUnits(static_cast<CFStringRef>(keys[a])->text, static_cast<CFStringRef>(keys[b])->text) < 0;
     });
     *out_ += "<dict>\n";
     for (size_t i : order) {

@@ -1,5 +1,6 @@
 // CFString.cpp: the string object itself: constant strings, creation from UTF-16,
 // copies, substrings, character access, and the editing operations of mutable strings.
+// The text's two forms are in StringText.cpp.
 #include <cstdint>
 #include <cstring>
 #include <mutex>
@@ -7,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "CFString/AsciiText.h"
 #include "CFString/StringImpl.h"
 #include "runtime/Characters.h"
 #include "runtime/Checks.h"
@@ -24,17 +26,35 @@ __CFString::~__CFString() {
   }
 }
 
-bool __CFString::equal(const Object& other) const { return chars == static_cast<const __CFString&>(other).chars; }
+bool __CFString::equal(const Object& other) const {
+  return zrp::EqualUnits(text, static_cast<const __CFString&>(other).text);
+}
 
-CFHashCode __CFString::hash() const { return std::hash<std::u16string_view>()(chars); }
+CFHashCode __CFString::hash() const { return zrp::HashText(text); }
 
 CFStringRef __CFString::copyDescription() const { return CFStringCreateCopy(nullptr, this); }
 
 namespace zrp {
 
-CFStringRef CreateString(std::u16string chars) { return New<__CFString>(std::move(chars), false); }
+CFStringRef CreateString(std::u16string_view chars) {
+  return Finished(New<__CFString>(false), [&](__CFString* string) { string->text.assign(chars); });
+}
 
-CFMutableStringRef CreateMutableString(std::u16string chars) { return New<__CFString>(std::move(chars), true); }
+CFStringRef CreateStringLatin1(const uint8_t* bytes, size_t count, bool ascii) {
+  return Finished(New<__CFString>(false), [&](__CFString* string) { string->text.assignLatin1(bytes, count, ascii); });
+}
+
+CFStringRef CreateString(const Text& text) {
+  return Finished(New<__CFString>(false), [&](__CFString* string) { string->text.assign(text); });
+}
+
+CFMutableStringRef CreateMutableString(std::u16string_view chars) {
+  return Finished(New<__CFString>(true), [&](__CFString* string) { string->text.assign(chars); });
+}
+
+CFMutableStringRef CreateMutableString(const Text& text) {
+  return Finished(New<__CFString>(true), [&](__CFString* string) { string->text.assign(text); });
+}
 
 CFMutableStringRef CheckMutable(CFMutableStringRef string, const char* function) {
   if (string && !string->mutable_) {
@@ -106,7 +126,7 @@ std::string UTF8Of(std::u16string_view chars) {
 
 std::string ToUTF8(CFStringRef string) {
   std::string out;
-  if (string) EncodeUTF8(string->chars, &out);
+  if (string) EncodeUTF8(WideView(string), &out);
   return out;
 }
 
@@ -124,15 +144,19 @@ CFStringRef InternedString(std::string_view text) {
   std::lock_guard<std::mutex> lock(mutex);
   auto found = table->find(key);
   if (found != table->end()) return found->second;
-  std::u16string chars;
-  if (!DecodeUTF8(text.data(), text.size(), &chars)) {
-    // Text that is not UTF-8 is read as ISO Latin 1 rather than lost.
-    chars.clear();
-    for (char c : text) chars.push_back(static_cast<unsigned char>(c));
-  }
   // Interned strings bypass the allocation seam: like literals, they are part of the program,
   // not of a test.
-  auto* string = new __CFString(std::move(chars), false);
+  auto* string = new __CFString(false);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+  std::u16string chars;
+  if (IsAscii(bytes, text.size())) {
+    string->text.assignLatin1(bytes, text.size(), true);
+  } else if (DecodeUTF8(text.data(), text.size(), &chars)) {
+    string->text.assign(chars);
+  } else {
+    // Text that is not UTF-8 is read as ISO Latin 1 rather than lost.
+    string->text.assignLatin1(bytes, text.size(), false);
+  }
   string->makeImmortal();
   table->emplace(std::move(key), string);
   return string;
@@ -169,7 +193,7 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
   return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
     if (numChars < 0 || (numChars > 0 && !chars)) return nullptr;
-    return CreateString(std::u16string(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars)));
+    return CreateString(std::u16string_view(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars)));
   });
 }
 
@@ -177,7 +201,12 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef str, CFRange
   return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
     if (!str) return nullptr;
     zrp::CheckRange("CFStringCreateWithSubstring", str, range);
-    return CreateString(str->chars.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length)));
+    auto start = static_cast<size_t>(range.location);
+    auto count = static_cast<size_t>(range.length);
+    if (!str->text.wide())
+      return zrp::CreateStringLatin1(reinterpret_cast<const uint8_t*>(str->text.narrow().data()) + start, count,
+                                     str->text.ascii());
+    return CreateString(str->text.units().substr(start, count));
   });
 }
 
@@ -189,65 +218,84 @@ CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef theString) {
       if (!zrp::AllocationAllowed()) return nullptr;
       return static_cast<CFStringRef>(CFRetain(theString));
     }
-    return CreateString(theString->chars);
+    return CreateString(theString->text);
   });
 }
 
 CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) {
   return zrp::CatchOutOfMemory<CFMutableStringRef>(
-      nullptr, [&]() -> CFMutableStringRef { return CreateMutableString(std::u16string()); });
+      nullptr, [&]() -> CFMutableStringRef { return CreateMutableString(std::u16string_view()); });
 }
 
 CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRef theString) {
   return zrp::CatchOutOfMemory<CFMutableStringRef>(nullptr, [&]() -> CFMutableStringRef {
     if (!theString) return nullptr;
-    return CreateMutableString(theString->chars);
+    return CreateMutableString(theString->text);
   });
 }
 
-CFIndex CFStringGetLength(CFStringRef theString) { return static_cast<CFIndex>(theString->chars.size()); }
+CFIndex CFStringGetLength(CFStringRef theString) { return static_cast<CFIndex>(theString->text.size()); }
 
 UniChar CFStringGetCharacterAtIndex(CFStringRef theString, CFIndex idx) {
-  if (idx < 0 || static_cast<size_t>(idx) >= theString->chars.size())
-    zrp::HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), "string length", theString->chars.size());
-  return theString->chars[static_cast<size_t>(idx)];
+  if (idx < 0 || static_cast<size_t>(idx) >= theString->text.size())
+    zrp::HaltOnRange("CFStringGetCharacterAtIndex", CFRangeMake(idx, 1), "string length", theString->text.size());
+  return theString->text.at(static_cast<size_t>(idx));
 }
 
 void CFStringGetCharacters(CFStringRef theString, CFRange range, UniChar* buffer) {
   zrp::CheckRange("CFStringGetCharacters", theString, range);
   if (range.length > 0)
-    std::memcpy(buffer, theString->chars.data() + range.location, static_cast<size_t>(range.length) * sizeof(UniChar));
+    theString->text.copyUnits(static_cast<size_t>(range.location), static_cast<size_t>(range.length),
+                              reinterpret_cast<char16_t*>(buffer));
 }
 
+// Only a string that holds UTF-16 has its characters at hand; for the others NULL, which the
+// platform allows whenever no pointer is at hand.
 const UniChar* CFStringGetCharactersPtr(CFStringRef theString) {
-  return reinterpret_cast<const UniChar*>(theString->chars.c_str());
+  if (!theString->text.wide()) return nullptr;
+  return reinterpret_cast<const UniChar*>(theString->text.units().data());
 }
+
+namespace {
+
+// Whether `part` stands at the start (or the end) of `whole`, unit by unit, whichever their forms.
+bool StandsAt(const zrp::Text& whole, const zrp::Text& part, bool atEnd) {
+  if (part.size() > whole.size()) return false;
+  size_t offset = atEnd ? whole.size() - part.size() : 0;
+  return whole.visit([&](auto a) {
+    return part.visit([&](auto b) {
+      for (size_t i = 0; i < b.size(); ++i) {
+        if (a[offset + i] != b[i]) return false;
+      }
+      return true;
+    });
+  });
+}
+
+}  // namespace
 
 // An empty prefix or suffix is not found, as on the platform (which searches for it, anchored).
 Boolean CFStringHasPrefix(CFStringRef theString, CFStringRef prefix) {
-  return !prefix->chars.empty() && zrp::View(theString).starts_with(zrp::View(prefix));
+  return !prefix->text.empty() && StandsAt(theString->text, prefix->text, false);
 }
 
 Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix) {
-  return !suffix->chars.empty() && zrp::View(theString).ends_with(zrp::View(suffix));
+  return !suffix->text.empty() && StandsAt(theString->text, suffix->text, true);
 }
 
 void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringAppend") || !appendedString) return;
-    if (appendedString == theString) {
-      std::u16string copy = appendedString->chars;
-      theString->chars += copy;
-    } else {
-      theString->chars += appendedString->chars;
-    }
+    // (The text copes with an append of itself.)
+    theString->text.append(appendedString->text);
   });
 }
 
 void CFStringAppendCharacters(CFMutableStringRef theString, const UniChar* chars, CFIndex numChars) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringAppendCharacters") || numChars <= 0) return;
-    theString->chars.append(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars));
+    theString->text.append(
+        std::u16string_view(reinterpret_cast<const char16_t*>(chars), static_cast<size_t>(numChars)));
   });
 }
 
@@ -255,8 +303,7 @@ void CFStringInsert(CFMutableStringRef str, CFIndex idx, CFStringRef insertedStr
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(str, "CFStringInsert") || !insertedStr) return;
     zrp::CheckRange("CFStringInsert", str, CFRangeMake(idx, 0));
-    std::u16string inserted = insertedStr->chars;
-    str->chars.insert(static_cast<size_t>(idx), inserted);
+    str->text.replace(static_cast<size_t>(idx), 0, insertedStr->text);
   });
 }
 
@@ -264,7 +311,7 @@ void CFStringDelete(CFMutableStringRef theString, CFRange range) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringDelete")) return;
     zrp::CheckRange("CFStringDelete", theString, range);
-    theString->chars.erase(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
+    theString->text.erase(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
   });
 }
 
@@ -272,15 +319,15 @@ void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef re
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringReplace") || !replacement) return;
     zrp::CheckRange("CFStringReplace", theString, range);
-    std::u16string text = replacement->chars;
-    theString->chars.replace(static_cast<size_t>(range.location), static_cast<size_t>(range.length), text);
+    theString->text.replace(static_cast<size_t>(range.location), static_cast<size_t>(range.length), replacement->text);
   });
 }
 
 void CFStringReplaceAll(CFMutableStringRef theString, CFStringRef replacement) {
-  if (!zrp::CheckMutable(theString, "CFStringReplaceAll") || !replacement) return;
-  std::u16string text = replacement->chars;
-  theString->chars = std::move(text);
+  zrp::CatchOutOfMemory([&] {
+    if (!zrp::CheckMutable(theString, "CFStringReplaceAll") || !replacement) return;
+    theString->text.assign(replacement->text);
+  });
 }
 
 }  // extern "C"

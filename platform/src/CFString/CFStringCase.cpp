@@ -13,8 +13,9 @@ namespace {
 
 void MapCase(CFMutableStringRef string, CFLocaleRef locale, bool upper, const char* function) {
   if (!zrp::CheckMutable(string, function)) return;
-  std::u16string& chars = string->chars;
-  if (chars.empty()) return;
+  if (string->text.empty()) return;
+  zrp::WideView wide(string);
+  std::u16string_view chars = wide;
   // The locale's own rules (Turkish dotted i, Lithuanian accents ...); without a locale the
   // language-independent mapping of the root locale.
   const char* identifier = locale ? locale->identifier.c_str() : "";
@@ -26,7 +27,7 @@ void MapCase(CFMutableStringRef string, CFLocaleRef locale, bool upper, const ch
   error = U_ZERO_ERROR;
   map(mapped.data(), length, chars.data(), static_cast<int32_t>(chars.size()), identifier, &error);
   if (U_FAILURE(error)) return;
-  chars = std::move(mapped);
+  string->text.assign(mapped);
 }
 
 }  // namespace

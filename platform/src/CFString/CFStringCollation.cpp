@@ -133,7 +133,7 @@ const zrp::CollationKey* KeyOf(CFStringRef string, const Collator& collator) {
       return key;
     }
     if (count >= kMostKeysPerString) break;
-    if (!made) made = MakeKey(collator.collator, collator.configuration, zrp::View(string));
+    if (!made) made = MakeKey(collator.collator, collator.configuration, zrp::WideView(string));
     if (!made) return nullptr;
     made->next = head;
     // Another thread may publish a key at the same time: the list is looked at again then.

@@ -212,27 +212,56 @@ using namespace zrp::compare;
 
 // Compares under the options: localized through collation, else by the folded texts.
 int CompareUnderOptions(CFStringRef string1, CFStringRef string2, std::u16string_view a, std::u16string_view b,
-                        CFStringCompareFlags options, CFLocaleRef locale, bool currentLocale) {
+                        bool whole1, CFStringCompareFlags options, CFLocaleRef locale, bool currentLocale) {
   if (!(options & kCFCompareLocalized)) return CompareUnlocalized(a, b, options);
   // Sort keys stand for whole strings only.
-  CFStringRef whole = a.size() == string1->chars.size() && a.data() == string1->chars.data() ? string1 : nullptr;
-  return CompareLocalized(whole, string2, a, b, options, locale, currentLocale);
+  return CompareLocalized(whole1 ? string1 : nullptr, string2, a, b, options, locale, currentLocale);
+}
+
+// Two texts in unit order, whichever their forms: -1, 0 or 1.
+int CompareRanges(const zrp::Text& a, size_t start, size_t count, const zrp::Text& b) {
+  return a.visit([&](auto x) {
+    return b.visit([&](auto y) {
+      x = x.substr(start, count);
+      size_t common = std::min(x.size(), y.size());
+      if constexpr (sizeof(x[0]) == 1 && sizeof(y[0]) == 1) {
+        int result = common ? std::memcmp(x.data(), y.data(), common) : 0;
+        if (result != 0) return Sign(result);
+      } else {
+        for (size_t i = 0; i < common; ++i) {
+          if (x[i] != y[i]) return x[i] < y[i] ? -1 : 1;
+        }
+      }
+      return x.size() < y.size() ? -1 : x.size() > y.size() ? 1 : 0;
+    });
+  });
 }
 
 CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange range, CFStringCompareFlags options,
                            CFLocaleRef locale, bool currentLocale) {
   if (!string1 || !string2) zrp::HaltWith("CFStringCompare", "NULL string");
   zrp::CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
-  std::u16string_view a = Slice(string1, range);
-  std::u16string_view b = zrp::View(string2);
+  auto start = static_cast<size_t>(range.location);
+  auto count = static_cast<size_t>(range.length);
+  // Without options, unit order, read from the texts as they are.
+  if ((options & ~kCFCompareForcedOrdering) == 0)
+    return static_cast<CFComparisonResult>(CompareRanges(string1->text, start, count, string2->text));
   // Folding and collation build texts and keys aside; when there is no memory for them, the
   // texts are still given an order, unit by unit.
   constexpr int kNoMemory = 2;
-  int result = zrp::CatchOutOfMemory<int>(
-      kNoMemory, [&] { return CompareUnderOptions(string1, string2, a, b, options, locale, currentLocale); });
-  if (result == kNoMemory) result = CompareTexts(a, b, false, false);
-  // Texts that the options make equal still get an order when one is forced.
-  if (result == 0 && (options & kCFCompareForcedOrdering) && a != b) result = CompareTexts(a, b, false, false);
+  int result = zrp::CatchOutOfMemory<int>(kNoMemory, [&] {
+    // The options work on UTF-16.
+    zrp::WideView wide1(string1);
+    zrp::WideView wide2(string2);
+    std::u16string_view a = wide1.view().substr(start, count);
+    std::u16string_view b = wide2;
+    int ordered =
+        CompareUnderOptions(string1, string2, a, b, count == string1->text.size(), options, locale, currentLocale);
+    // Texts that the options make equal still get an order when one is forced.
+    if (ordered == 0 && (options & kCFCompareForcedOrdering) && a != b) ordered = CompareTexts(a, b, false, false);
+    return ordered;
+  });
+  if (result == kNoMemory) result = CompareRanges(string1->text, start, count, string2->text);
   return static_cast<CFComparisonResult>(result);
 }
 
@@ -256,7 +285,7 @@ CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRe
 CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2,
                                    CFStringCompareFlags compareOptions) {
   if (!theString1 || !theString2) zrp::HaltWith("CFStringCompare", "NULL string");
-  return Compare(theString1, theString2, CFRangeMake(0, static_cast<CFIndex>(theString1->chars.size())), compareOptions,
+  return Compare(theString1, theString2, CFRangeMake(0, static_cast<CFIndex>(theString1->text.size())), compareOptions,
                  nullptr, true);
 }
 

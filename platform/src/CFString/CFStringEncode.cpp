@@ -255,6 +255,15 @@ CFIndex EncodeRange(std::u16string_view chars, Kind kind, UInt8 lossByte, bool e
   return converted;
 }
 
+// Whether the units of a narrow text from `start`, `count` of them, are in the encoding the
+// bytes they are: always in ISO Latin 1, and ASCII text in the encodings that agree with ASCII.
+bool BytesAsThey(const zrp::Text& text, size_t start, size_t count, Kind kind) {
+  if (text.wide()) return false;
+  if (kind == Kind::kLatin1) return true;
+  if (!AgreesWithAscii(kind)) return false;
+  return text.ascii() || zrp::IsAscii(reinterpret_cast<const unsigned char*>(text.narrow().data()) + start, count);
+}
+
 // The C strings handed out for constant strings: they live as long as the constants.
 std::mutex gCStringPtrMutex;
 std::map<std::pair<CFStringRef, CFStringEncoding>, std::string>& CStringPtrTable() {
@@ -268,9 +277,21 @@ extern "C" {
 CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
                          Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen) {
   zrp::CheckRange("CFStringGetBytes", theString, range);
-  std::u16string_view chars =
-      zrp::View(theString).substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
-  return EncodeRange(chars, KindOf(encoding), lossByte, isExternalRepresentation, buffer, maxBufLen, usedBufLen);
+  auto start = static_cast<size_t>(range.location);
+  auto count = static_cast<size_t>(range.length);
+  Kind kind = KindOf(encoding);
+  if (BytesAsThey(theString->text, start, count, kind)) {
+    // One byte a character, as many as fit.
+    if (buffer) count = std::min(count, static_cast<size_t>(std::max<CFIndex>(maxBufLen, 0)));
+    if (buffer && count) std::memcpy(buffer, theString->text.narrow().data() + start, count);
+    if (usedBufLen) *usedBufLen = static_cast<CFIndex>(count);
+    return static_cast<CFIndex>(count);
+  }
+  return zrp::CatchOutOfMemory<CFIndex>(0, [&]() -> CFIndex {
+    zrp::WideView chars(theString);
+    return EncodeRange(chars.view().substr(start, count), kind, lossByte, isExternalRepresentation, buffer, maxBufLen,
+                       usedBufLen);
+  });
 }
 
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
@@ -278,9 +299,20 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
     if (!theString || !buffer || bufferSize <= 0) return false;
     // The terminating NUL needs its own byte: the characters get bufferSize - 1.
     CFIndex used = 0;
-    CFIndex length = static_cast<CFIndex>(theString->chars.size());
-    CFIndex converted = EncodeRange(zrp::View(theString), KindOf(encoding), 0, false, reinterpret_cast<UInt8*>(buffer),
-                                    bufferSize - 1, &used);
+    size_t size = theString->text.size();
+    CFIndex length = static_cast<CFIndex>(size);
+    if (BytesAsThey(theString->text, 0, size, KindOf(encoding))) {
+      if (size + 1 > static_cast<size_t>(bufferSize)) {
+        buffer[0] = '\0';
+        return false;
+      }
+      std::memcpy(buffer, theString->text.narrow().data(), size);
+      buffer[size] = '\0';
+      return true;
+    }
+    zrp::WideView chars(theString);
+    CFIndex converted =
+        EncodeRange(chars, KindOf(encoding), 0, false, reinterpret_cast<UInt8*>(buffer), bufferSize - 1, &used);
     if (converted != length || KindOf(encoding) == Kind::kUnsupported) {
       buffer[0] = '\0';
       return false;
@@ -292,10 +324,19 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
 
 const char* CFStringGetCStringPtr(CFStringRef theString, CFStringEncoding encoding) {
   return zrp::CatchOutOfMemory<const char*>(nullptr, [&]() -> const char* {
-    // Only constant strings can lend a C string: every other string may change or go away,
-    // and the platform allows NULL whenever no pointer is at hand.
-    if (!theString || !theString->immortal() || theString->mutable_) return nullptr;
+    if (!theString) return nullptr;
     Kind kind = KindOf(encoding);
+    // A string that keeps its text one byte a character lends the bytes themselves, while it is
+    // unchanged, when they are the C string in the encoding and hold no NUL of their own.
+    const zrp::Text& text = theString->text;
+    if (BytesAsThey(text, 0, text.size(), kind)) {
+      const char* bytes = reinterpret_cast<const char*>(text.narrow().data());
+      if (!text.terminated() || std::memchr(bytes, 0, text.size())) return nullptr;
+      return bytes;
+    }
+    // Other constant strings (in UTF-8, say) lend one made once; every other string may change
+    // or go away, and the platform allows NULL whenever no pointer is at hand.
+    if (!theString->immortal() || theString->mutable_) return nullptr;
     if (kind != Kind::kUTF8 && kind != Kind::kASCII && kind != Kind::kMacRoman && kind != Kind::kLatin1 &&
         kind != Kind::kWindowsLatin1)
       return nullptr;
@@ -304,7 +345,8 @@ const char* CFStringGetCStringPtr(CFStringRef theString, CFStringEncoding encodi
     auto key = std::make_pair(theString, encoding);
     auto found = table.find(key);
     if (found != table.end()) return found->second.c_str();
-    std::u16string_view chars = zrp::View(theString);
+    zrp::WideView wide(theString);
+    std::u16string_view chars = wide;
     if (chars.find(u'\0') != std::u16string_view::npos) return nullptr;
     std::string bytes(
         static_cast<size_t>(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(chars.size()), encoding)), '\0');

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -189,6 +190,25 @@ bool Decode(const UInt8* bytes, size_t n, Kind kind, bool external, std::u16stri
   }
   return false;
 }
+// Whether the bytes in the encoding are the ISO Latin 1 characters of the same codes: always in
+// ISO Latin 1 itself, and for ASCII text in the encodings whose lower half is ASCII (a UTF-8 byte
+// order mark excepted, which an external representation drops).
+bool ByteForByte(const UInt8* bytes, size_t n, Kind kind, bool external) {
+  switch (kind) {
+    case Kind::kLatin1:
+      return true;
+    case Kind::kUTF8:
+      if (external && n >= 3 && bytes[0] == 0xEF) return false;
+      return zrp::IsAscii(bytes, n);
+    case Kind::kASCII:
+    case Kind::kMacRoman:
+    case Kind::kWindowsLatin1:
+      return zrp::IsAscii(bytes, n);
+    default:
+      return false;
+  }
+}
+
 struct EncodingPair {
   NSUInteger ns;
   CFStringEncoding cf;
@@ -224,11 +244,38 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
                                     Boolean isExternalRepresentation) {
   return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
     if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
+    auto n = static_cast<size_t>(numBytes);
+    Kind kind = KindOf(encoding);
+    // Bytes that are their own characters become the text as they are, one byte each.
+    if (ByteForByte(bytes, n, kind, isExternalRepresentation))
+      return zrp::CreateStringLatin1(bytes, n, kind != Kind::kLatin1 || zrp::IsAscii(bytes, n));
     std::u16string chars;
     if (!Decode(bytes, static_cast<size_t>(numBytes), KindOf(encoding), isExternalRepresentation, &chars))
       return nullptr;
     return zrp::CreateString(std::move(chars));
   });
+}
+
+CFStringRef CFStringCreateWithBytesNoCopy(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,
+                                          CFStringEncoding encoding, Boolean isExternalRepresentation,
+                                          CFAllocatorRef contentsDeallocator) {
+  if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
+  auto n = static_cast<size_t>(numBytes);
+  Kind kind = KindOf(encoding);
+  // Every allocator but the null one allocates with malloc here, so free gives the bytes back.
+  bool owned = contentsDeallocator != kCFAllocatorNull;
+  auto* writable = const_cast<UInt8*>(bytes);
+  if (bytes && ByteForByte(bytes, n, kind, isExternalRepresentation)) {
+    bool ascii = kind != Kind::kLatin1 || zrp::IsAscii(bytes, n);
+    return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+      return zrp::Finished(zrp::New<__CFString>(false),
+                           [&](__CFString* string) { string->text.adoptLatin1(writable, n, ascii, owned); });
+    });
+  }
+  // Any other text is converted; the bytes are not needed after that.
+  CFStringRef string = CFStringCreateWithBytes(alloc, bytes, numBytes, encoding, isExternalRepresentation);
+  if (string && owned) std::free(writable);
+  return string;
 }
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CFStringEncoding encoding) {
@@ -242,9 +289,16 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CF
 void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding) {
   zrp::CatchOutOfMemory([&] {
     if (!zrp::CheckMutable(theString, "CFStringAppendCString") || !cStr) return;
+    const auto* bytes = reinterpret_cast<const UInt8*>(cStr);
+    size_t n = std::strlen(cStr);
+    Kind kind = KindOf(encoding);
+    if (ByteForByte(bytes, n, kind, false)) {
+      theString->text.appendLatin1(bytes, n, kind != Kind::kLatin1 || zrp::IsAscii(bytes, n));
+      return;
+    }
     std::u16string chars;
-    if (!Decode(reinterpret_cast<const UInt8*>(cStr), std::strlen(cStr), KindOf(encoding), false, &chars)) return;
-    theString->chars += chars;
+    if (!Decode(bytes, n, kind, false, &chars)) return;
+    theString->text.append(chars);
   });
 }
 

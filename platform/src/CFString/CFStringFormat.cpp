@@ -50,7 +50,8 @@ __attribute__((noinline)) const ParsedFormat* ParsedConstantSlow(CFStringRef for
     } else {
       // Owned until the table holds it: a failed allocation in Parse or emplace leaks nothing.
       auto made = std::make_unique<ParsedFormat>();
-      Parse(zrp::View(format), made.get());
+      made->text = zrp::Chars(format);
+      Parse(made->text, made.get());
       table.emplace(format, made.get());
       parsed = made.release();
     }
@@ -292,11 +293,17 @@ void AppendConversion(std::u16string* out, size_t start, const Spec& spec, const
       // A string prints itself; any other object its description.
       CFStringRef text = CFGetTypeID(object) == CFStringGetTypeID() ? static_cast<CFStringRef>(object) : nullptr;
       CFStringRef description = text ? nullptr : CFCopyDescription(object);
-      std::u16string_view chars = text ? zrp::View(text) : description ? zrp::View(description) : u"(null)";
+      zrp::ReleaseAtEnd releaseDescription(description);
+      CFStringRef shown = text ? text : description;
+      if (!shown) {
+        AppendPadded(out, u"(null)", spec, width);
+        return;
+      }
+      zrp::WideView wide(shown);
+      std::u16string_view chars = wide;
       if (precision >= 0 && chars.size() > static_cast<size_t>(precision))
         chars = chars.substr(0, static_cast<size_t>(precision));
       AppendPadded(out, chars, spec, width);
-      if (description) CFRelease(description);
       return;
     }
     case u'n': {
@@ -371,13 +378,13 @@ void Format(std::u16string* out, CFStringRef format, va_list arguments) {
   if (format->immortal()) {
     const ParsedFormat& parsed = *ParsedConstant(format);
     if (parsed.integersOnly) {
-      FormatIntegers(out, zrp::View(format), parsed, &copy);
+      FormatIntegers(out, parsed.text, parsed, &copy);
     } else {
-      FormatInto(out, zrp::View(format), parsed, &copy);
+      FormatInto(out, parsed.text, parsed, &copy);
     }
   } else {
     // The format's text is copied first: an argument's description might change it.
-    std::u16string text = format->chars;
+    std::u16string text = zrp::Chars(format);
     ParsedFormat parsed;
     Parse(text, &parsed);
     FormatInto(out, text, parsed, &copy);
@@ -393,7 +400,15 @@ void AppendFormatAside(CFMutableStringRef theString, CFStringRef format, va_list
   va_copy(copy, *arguments);
   Format(&text, format, copy);
   va_end(copy);
-  theString->chars += text;
+  theString->text.append(text);
+}
+
+// Where a format's text is made before it joins a string that keeps one byte a character:
+// one block a thread, kept, so that appending a number allocates nothing after the first time.
+std::u16string& Scratch() {
+  thread_local std::u16string scratch;
+  scratch.clear();
+  return scratch;
 }
 
 // The work of both append functions, inlined into each.
@@ -410,30 +425,44 @@ inline __attribute__((always_inline)) void AppendFormatList(CFMutableStringRef t
       // A byte in hexadecimal, the form data is dumped in, one call per byte: two units from
       // a table.
       unsigned value = static_cast<unsigned>(va_arg(*arguments, int));
+      zrp::Text& text = theString->text;
       if (value < 256) {
-        std::u16string& chars = theString->chars;
-        if (chars.capacity() - chars.size() < 2) [[unlikely]]
-          Grow(&chars, 2);
-        chars.append(parsed.hexPairs[value], 2);
+        const char16_t* pair = parsed.hexPairs[value];
+        if (!text.wide()) [[likely]] {
+          // Two ASCII digits straight into the string's bytes.
+          char8_t* out = text.narrowRoom(2);
+          out[0] = static_cast<char8_t>(pair[0]);
+          out[1] = static_cast<char8_t>(pair[1]);
+          text.grewNarrow(2, true);
+        } else {
+          text.append(std::u16string_view(pair, 2));
+        }
       } else {
-        AppendWideHex(&theString->chars, parsed.specs[0], value);
+        std::u16string& digits = Scratch();
+        AppendWideHex(&digits, parsed.specs[0], value);
+        text.append(digits);
       }
       return;
     }
     if (parsed.appendSingle) {
       // One number and nothing else, as when data is printed one byte at a time: this path
       // runs for every byte and is kept free of everything the general one needs.
-      parsed.appendSingle(&theString->chars, parsed.specs[0], arguments);
+      std::u16string& digits = Scratch();
+      parsed.appendSingle(&digits, parsed.specs[0], arguments);
+      theString->text.append(digits);
       return;
     }
     if (!parsed.callsOut && !parsed.readsUnits) {
-      // Nothing but the arguments' values is read while such a format is expanded, so the
-      // text goes straight to its place: appending a number allocates nothing of its own.
+      // Nothing but the arguments' values is read while such a format is expanded: the text is
+      // made in the thread's block and then appended, and appending a number allocates nothing
+      // of its own.
+      std::u16string& made = Scratch();
       if (parsed.integersOnly) {
-        FormatIntegers(&theString->chars, zrp::View(format), parsed, arguments);
+        FormatIntegers(&made, parsed.text, parsed, arguments);
       } else {
-        FormatInto(&theString->chars, zrp::View(format), parsed, arguments);
+        FormatInto(&made, parsed.text, parsed, arguments);
       }
+      theString->text.append(made);
       return;
     }
   }

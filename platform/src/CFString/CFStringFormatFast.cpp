@@ -168,16 +168,6 @@ void FormatIntegers(std::u16string* out, std::u16string_view text, const ParsedF
   }
 }
 
-// Makes room for count more units. Small strings double as appending does; large ones grow
-// fourfold: every new block is touched twice (the copy, then the text appended), and on a
-// large string those first touches cost more than the formatting. Capacity that is reserved
-// and never written costs nothing.
-__attribute__((noinline)) void Grow(std::u16string* chars, size_t count) {
-  size_t capacity = chars->capacity();
-  size_t factor = capacity * sizeof(char16_t) >= (size_t{1} << 20) ? 4 : 2;
-  chars->reserve(std::max(capacity * factor, chars->size() + count));
-}
-
 // "%02x" of a value that takes more than two digits.
 __attribute__((noinline)) void AppendWideHex(std::u16string* out, const Spec& spec, unsigned value) {
   if (spec.conversion == u'x') {

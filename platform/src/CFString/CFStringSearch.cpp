@@ -109,8 +109,10 @@ Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind,
   return zrp::CatchOutOfMemory<Boolean>(false, [&]() -> Boolean {
     if (!theString || !stringToFind) zrp::HaltWith("CFStringFindWithOptions", "NULL string");
     zrp::CheckRange("CFStringFindWithOptions", theString, rangeToSearch);
-    std::u16string needle = stringToFind->chars;
-    Searcher searcher(Slice(theString, rangeToSearch), needle, searchOptions);
+    // The search works on UTF-16; the needle is a copy, as it may be the string searched.
+    std::u16string needle = zrp::Chars(stringToFind);
+    zrp::WideView text(theString);
+    Searcher searcher(Slice(text, rangeToSearch), needle, searchOptions);
     size_t length = static_cast<size_t>(rangeToSearch.length);
     bool anchored = searchOptions & kCFCompareAnchored;
     size_t start = 0;
@@ -126,7 +128,7 @@ Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind,
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions) {
   CFRange result;
   if (!theString) zrp::HaltWith("CFStringFind", "NULL string");
-  if (CFStringFindWithOptions(theString, stringToFind, CFRangeMake(0, static_cast<CFIndex>(theString->chars.size())),
+  if (CFStringFindWithOptions(theString, stringToFind, CFRangeMake(0, static_cast<CFIndex>(theString->text.size())),
                               compareOptions, &result))
     return result;
   return CFRangeMake(kCFNotFound, 0);
@@ -139,9 +141,9 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringT
     if (!theString || !stringToFind || !replacementString) zrp::HaltWith("CFStringFindAndReplace", "NULL string");
     zrp::CheckRange("CFStringFindAndReplace", theString, rangeToSearch);
     // Copies: either argument may be the very string being changed.
-    std::u16string needle = stringToFind->chars;
-    std::u16string replacement = replacementString->chars;
-    std::u16string original = theString->chars;
+    std::u16string needle = zrp::Chars(stringToFind);
+    std::u16string replacement = zrp::Chars(replacementString);
+    std::u16string original = zrp::Chars(theString);
     std::u16string_view range = std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location),
                                                                      static_cast<size_t>(rangeToSearch.length));
     Searcher searcher(range, needle, compareOptions);
@@ -178,7 +180,7 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringT
     result.append(range.substr(copied));
     result.append(
         std::u16string_view(original).substr(static_cast<size_t>(rangeToSearch.location + rangeToSearch.length)));
-    theString->chars = std::move(result);
+    theString->text.assign(result);
     return static_cast<CFIndex>(matches.size());
   });
 }

@@ -18,8 +18,8 @@ namespace zrp::compare {
 constexpr CFStringCompareFlags kFoldingOptions =
     kCFCompareCaseInsensitive | kCFCompareNonliteral | kCFCompareDiacriticInsensitive | kCFCompareWidthInsensitive;
 
-inline std::u16string_view Slice(CFStringRef string, CFRange range) {
-  return zrp::View(string).substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
+inline std::u16string_view Slice(std::u16string_view text, CFRange range) {
+  return text.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
 }
 
 inline int Sign(int value) { return (value > 0) - (value < 0); }

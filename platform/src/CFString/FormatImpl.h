@@ -48,6 +48,9 @@ struct Spec {
 };
 
 struct ParsedFormat {
+  // The format's text as UTF-16, kept with the parsed form of a constant format (whose string
+  // may hold its text one byte a character): the literal pieces are read from it.
+  std::u16string text;
   std::vector<Spec> specs;
   std::vector<ArgType> argTypes;  // by argument index, in the order va_arg reads them
   bool callsOut = false;          // a %@ conversion: formatting may run other code
@@ -83,9 +86,6 @@ void FormatInto(std::u16string* out, std::u16string_view text, const ParsedForma
 
 // The short way for formats of literal text and integers only (ParsedFormat::integersOnly).
 void FormatIntegers(std::u16string* out, std::u16string_view text, const ParsedFormat& parsed, va_list* arguments);
-
-// Makes room for count more units in a string that formatted text is appended to.
-void Grow(std::u16string* chars, size_t count);
 
 // "%02x" or "%02X" of a value that takes more than two digits.
 void AppendWideHex(std::u16string* out, const Spec& spec, unsigned value);

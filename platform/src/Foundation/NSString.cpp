@@ -30,18 +30,24 @@ bool AgreesWithAscii(CFStringEncoding encoding) {
   }
 }
 
+bool IsAsciiText(const zrp::Text& text) {
+  if (text.ascii()) return true;
+  return text.visit([](auto units) {
+    for (auto c : units)
+      if (c >= 0x80) return false;
+    return true;
+  });
+}
+
 NSString* Autoreleased(CFStringRef string) {
   if (!string) return nil;
   return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
 }
 
 // A new string of the bytes in the encoding, or NULL when they are not valid in it.
+// (ASCII text becomes a string of its bytes as they are, whatever encoding that agrees with
+// ASCII it is given in.)
 CFStringRef CreateString(const char* bytes, size_t length, CFStringEncoding encoding) {
-  if (AgreesWithAscii(encoding)) {
-    std::u16string chars;
-    if (zrp::AppendAscii(reinterpret_cast<const unsigned char*>(bytes), length, &chars))
-      return zrp::CreateString(std::move(chars));
-  }
   return CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes),
                                  static_cast<CFIndex>(length), encoding, false);
 }
@@ -68,7 +74,7 @@ NSUInteger length(NSString* string) { return static_cast<NSUInteger>(CFStringGet
 bool canBeConvertedToEncoding(NSString* string, NSStringEncoding encoding) {
   CFStringEncoding cfEncoding = CFStringConvertNSStringEncodingToEncoding(encoding);
   if (cfEncoding == kCFStringEncodingInvalidId) return false;
-  if (AgreesWithAscii(cfEncoding) && zrp::IsAscii(zrp::View(string))) return true;
+  if (AgreesWithAscii(cfEncoding) && IsAsciiText(string->text)) return true;
   CFIndex length = CFStringGetLength(string);
   // With no loss byte, the conversion stops at the first character the encoding lacks.
   CFIndex converted = CFStringGetBytes(string, CFRangeMake(0, length), cfEncoding, 0, false, nullptr, 0, nullptr);
@@ -78,8 +84,7 @@ bool canBeConvertedToEncoding(NSString* string, NSStringEncoding encoding) {
 const char* cStringUsingEncoding(NSString* string, NSStringEncoding encoding) {
   CFStringEncoding cfEncoding = CFStringConvertNSStringEncodingToEncoding(encoding);
   if (cfEncoding == kCFStringEncodingInvalidId) return nullptr;
-  std::u16string_view chars = zrp::View(string);
-  CFIndex length = static_cast<CFIndex>(chars.size());
+  CFIndex length = CFStringGetLength(string);
   // The bytes live in a data object of the current autorelease pool, as the platform's inner
   // buffer does. The terminator is four zero bytes, enough for the 16- and 32-bit encodings.
   const CFIndex kTerminator = 4;
@@ -88,11 +93,12 @@ const char* cStringUsingEncoding(NSString* string, NSStringEncoding encoding) {
   // ASCII text, where the encoding agrees with ASCII, is checked while it is narrowed, in one
   // pass; the new bytes of the buffer are zero, so its terminator is in place already.
   bool narrowed = false;
-  if (AgreesWithAscii(cfEncoding)) {
+  // (A string of bytes already goes through CFStringGetBytes at the speed of a copy.)
+  if (AgreesWithAscii(cfEncoding) && string->text.wide()) {
     CFDataSetLength(buffer, length + kTerminator);
     UInt8* bytes = CFDataGetMutableBytePtr(buffer);
     zrp::PopulateLargeBlock(bytes, static_cast<size_t>(length));
-    narrowed = zrp::NarrowAscii(chars, bytes);
+    narrowed = zrp::NarrowAscii(string->text.units(), bytes);
   }
   if (!narrowed) {
     CFIndex size = 0;

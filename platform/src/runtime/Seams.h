@@ -22,6 +22,14 @@ class ProgramAllocations {
   ProgramAllocations& operator=(const ProgramAllocations&) = delete;
 };
 
+// Counts one C++ allocation on the calling thread, for blocks the host layer takes from malloc
+// in place of a container's (a string's text), and answers whether it may go ahead.
+bool CxxAllocationAllowed();
+
+// Whether every new string keeps its text as UTF-16, whatever the text (the test variant's
+// switch that runs the tests on both forms of a string).
+bool WideStringsForced();
+
 // Called when a counted object comes to life and when it is freed (or made immortal).
 void ObjectCreated();
 void ObjectDestroyed();
