@@ -12,7 +12,7 @@ ProgramAllocations::~ProgramAllocations() = default;
 
 bool CxxAllocationAllowed() { return true; }
 
-bool WideStringsForced() { return false; }
+bool WideStringsForcedBySeam() { return false; }
 
 void ObjectCreated() {}
 

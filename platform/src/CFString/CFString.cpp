@@ -30,7 +30,17 @@ bool __CFString::equal(const Object& other) const {
   return zrp::EqualUnits(text, static_cast<const __CFString&>(other).text);
 }
 
-CFHashCode __CFString::hash() const { return zrp::HashText(text); }
+// An immutable string's hash is kept: strings are hashed over and over as keys of dictionaries
+// and members of sets.
+CFHashCode __CFString::hash() const {
+  if (mutable_) return zrp::HashText(text);
+  CFHashCode code = hashCode.load(std::memory_order_relaxed);
+  if (code == 0) {
+    code = zrp::HashText(text);
+    hashCode.store(code, std::memory_order_relaxed);
+  }
+  return code;
+}
 
 CFStringRef __CFString::copyDescription() const { return CFStringCreateCopy(nullptr, this); }
 
@@ -41,7 +51,7 @@ CFStringRef CreateString(std::u16string_view chars) {
 }
 
 CFStringRef CreateStringLatin1(const uint8_t* bytes, size_t count, bool ascii) {
-  return Finished(New<__CFString>(false), [&](__CFString* string) { string->text.assignLatin1(bytes, count, ascii); });
+  return Finished(New<__CFString>(false), [&](__CFString* string) { string->text.initLatin1(bytes, count, ascii); });
 }
 
 CFStringRef CreateString(const Text& text) {

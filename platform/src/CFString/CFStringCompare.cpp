@@ -220,6 +220,13 @@ int CompareUnderOptions(CFStringRef string1, CFStringRef string2, std::u16string
 
 // Two texts in unit order, whichever their forms: -1, 0 or 1.
 int CompareRanges(const zrp::Text& a, size_t start, size_t count, const zrp::Text& b) {
+  if (!a.wide() && !b.wide()) {
+    // The commonest case, bytes against bytes.
+    size_t common = std::min(count, b.size());
+    int result = common ? std::memcmp(a.narrow().data() + start, b.narrow().data(), common) : 0;
+    if (result != 0) return Sign(result);
+    return count < b.size() ? -1 : count > b.size() ? 1 : 0;
+  }
   return a.visit([&](auto x) {
     return b.visit([&](auto y) {
       x = x.substr(start, count);
@@ -237,20 +244,14 @@ int CompareRanges(const zrp::Text& a, size_t start, size_t count, const zrp::Tex
   });
 }
 
-CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange range, CFStringCompareFlags options,
-                           CFLocaleRef locale, bool currentLocale) {
-  if (!string1 || !string2) zrp::HaltWith("CFStringCompare", "NULL string");
-  zrp::CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
-  auto start = static_cast<size_t>(range.location);
-  auto count = static_cast<size_t>(range.length);
-  // Without options, unit order, read from the texts as they are.
-  if ((options & ~kCFCompareForcedOrdering) == 0)
-    return static_cast<CFComparisonResult>(CompareRanges(string1->text, start, count, string2->text));
+// Comparison under options, on UTF-16 copies of one-byte texts; noinline, so that the
+// comparison without options does not pay for its frame.
+__attribute__((noinline)) int CompareWithOptions(CFStringRef string1, CFStringRef string2, size_t start, size_t count,
+                                                 CFStringCompareFlags options, CFLocaleRef locale, bool currentLocale) {
   // Folding and collation build texts and keys aside; when there is no memory for them, the
   // texts are still given an order, unit by unit.
   constexpr int kNoMemory = 2;
   int result = zrp::CatchOutOfMemory<int>(kNoMemory, [&] {
-    // The options work on UTF-16.
     zrp::WideView wide1(string1);
     zrp::WideView wide2(string2);
     std::u16string_view a = wide1.view().substr(start, count);
@@ -262,7 +263,20 @@ CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange ran
     return ordered;
   });
   if (result == kNoMemory) result = CompareRanges(string1->text, start, count, string2->text);
-  return static_cast<CFComparisonResult>(result);
+  return result;
+}
+
+inline CFComparisonResult Compare(CFStringRef string1, CFStringRef string2, CFRange range, CFStringCompareFlags options,
+                                  CFLocaleRef locale, bool currentLocale) {
+  if (!string1 || !string2) zrp::HaltWith("CFStringCompare", "NULL string");
+  zrp::CheckRange("CFStringCompareWithOptionsAndLocale", string1, range);
+  auto start = static_cast<size_t>(range.location);
+  auto count = static_cast<size_t>(range.length);
+  // Without options, unit order, read from the texts as they are.
+  if ((options & ~kCFCompareForcedOrdering) == 0)
+    return static_cast<CFComparisonResult>(CompareRanges(string1->text, start, count, string2->text));
+  return static_cast<CFComparisonResult>(
+      CompareWithOptions(string1, string2, start, count, options, locale, currentLocale));
 }
 
 }  // namespace

@@ -209,6 +209,21 @@ bool ByteForByte(const UInt8* bytes, size_t n, Kind kind, bool external) {
   }
 }
 
+// CFStringCreateWithBytes.
+CFStringRef CreateFromBytes(const UInt8* bytes, CFIndex numBytes, CFStringEncoding encoding, bool external) {
+  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
+    if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
+    auto n = static_cast<size_t>(numBytes);
+    Kind kind = KindOf(encoding);
+    // Bytes that are their own characters become the text as they are, one byte each.
+    if (ByteForByte(bytes, n, kind, external))
+      return zrp::CreateStringLatin1(bytes, n, kind != Kind::kLatin1 || zrp::IsAscii(bytes, n));
+    std::u16string chars;
+    if (!Decode(bytes, n, kind, external, &chars)) return nullptr;
+    return zrp::CreateString(chars);
+  });
+}
+
 struct EncodingPair {
   NSUInteger ns;
   CFStringEncoding cf;
@@ -242,18 +257,13 @@ extern "C" {
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes, CFStringEncoding encoding,
                                     Boolean isExternalRepresentation) {
-  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
-    if (numBytes < 0 || (numBytes > 0 && !bytes)) return nullptr;
-    auto n = static_cast<size_t>(numBytes);
-    Kind kind = KindOf(encoding);
-    // Bytes that are their own characters become the text as they are, one byte each.
-    if (ByteForByte(bytes, n, kind, isExternalRepresentation))
-      return zrp::CreateStringLatin1(bytes, n, kind != Kind::kLatin1 || zrp::IsAscii(bytes, n));
-    std::u16string chars;
-    if (!Decode(bytes, static_cast<size_t>(numBytes), KindOf(encoding), isExternalRepresentation, &chars))
-      return nullptr;
-    return zrp::CreateString(std::move(chars));
-  });
+  return CreateFromBytes(bytes, numBytes, encoding, isExternalRepresentation);
+}
+
+CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
+  if (!cStr) return nullptr;
+  return CreateFromBytes(reinterpret_cast<const UInt8*>(cStr), static_cast<CFIndex>(std::strlen(cStr)), encoding,
+                         false);
 }
 
 CFStringRef CFStringCreateWithBytesNoCopy(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,
@@ -276,14 +286,6 @@ CFStringRef CFStringCreateWithBytesNoCopy(CFAllocatorRef alloc, const UInt8* byt
   CFStringRef string = CFStringCreateWithBytes(alloc, bytes, numBytes, encoding, isExternalRepresentation);
   if (string && owned) std::free(writable);
   return string;
-}
-
-CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CFStringEncoding encoding) {
-  return zrp::CatchOutOfMemory<CFStringRef>(nullptr, [&]() -> CFStringRef {
-    if (!cStr) return nullptr;
-    return CFStringCreateWithBytes(alloc, reinterpret_cast<const UInt8*>(cStr), static_cast<CFIndex>(std::strlen(cStr)),
-                                   encoding, false);
-  });
 }
 
 void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding) {

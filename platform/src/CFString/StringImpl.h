@@ -14,6 +14,7 @@
 
 #include "runtime/Checks.h"
 #include "runtime/Object.h"
+#include "runtime/Seams.h"
 
 namespace zrp {
 
@@ -47,6 +48,14 @@ namespace zrp {
 // (cut short by any NUL inside) and the units a NUL-terminated UTF-16 text.
 //
 // Every change either completes or throws std::bad_alloc and leaves the text as it was.
+// Whether every new string keeps its text as UTF-16, whatever the text (the test variant's
+// switch that runs the tests on both forms of a string; false in the installed library). Read
+// once.
+inline bool WideStringsForced() {
+  static const bool forced = WideStringsForcedBySeam();
+  return forced;
+}
+
 class Text {
  public:
   Text() = default;
@@ -85,6 +94,18 @@ class Text {
   // Replaces the whole text. Narrow when every unit fits and strings are not made wide for tests.
   void assign(std::u16string_view units);
   void assignLatin1(const uint8_t* bytes, size_t count, bool ascii);
+  // The same for a text just made (empty, nothing allocated), without the checks an existing
+  // text needs: the way new strings from bytes are filled.
+  void initLatin1(const uint8_t* bytes, size_t count, bool ascii) {
+    if (count < kInlineBytes && !WideStringsForced()) {
+      std::memcpy(inline_, bytes, count);
+      inline_[count] = 0;
+      size_ = count;
+      ascii_ = ascii;
+    } else {
+      assignLatin1(bytes, count, ascii);
+    }
+  }
   // Takes over `bytes` (ISO Latin 1, count of them, with room for nothing after them), freed
   // with free when the text lets them go if `owned`. (Strings made wide for tests copy them.)
   void adoptLatin1(uint8_t* bytes, size_t count, bool ascii, bool owned);
@@ -173,6 +194,8 @@ struct __CFString final : zrp::Object {
   // particular order.
   bool mutable_;
   mutable std::atomic<const zrp::CollationKey*> collationKeys{nullptr};
+  // The hash of an immutable string's text, once asked for (0: not yet, or a hash that is 0).
+  mutable std::atomic<CFHashCode> hashCode{0};
   zrp::Text text;
 };
 

@@ -322,21 +322,14 @@ int CompareSpans(const A* a, size_t aSize, const B* b, size_t bSize) {
   return aSize < bSize ? -1 : aSize > bSize ? 1 : 0;
 }
 
-// Four units from `p` as four 16-bit lanes of one number, the first unit lowest, alike for both
-// forms: a narrow text's bytes are spread out to the lanes its units would have.
-template <class Unit>
-inline uint64_t FourUnits(const Unit* p) {
-  if constexpr (sizeof(Unit) == 2) {
-    uint64_t value;
-    std::memcpy(&value, p, 8);
-    if constexpr (std::endian::native == std::endian::big) {
-      value = ((value & 0xFFFF) << 48) | ((value & 0xFFFF0000) << 16) | ((value >> 16) & 0xFFFF0000) | (value >> 48);
-    }
-    return value;
-  } else {
-    uint64_t value = uint64_t{p[0]} | uint64_t{p[1]} << 16 | uint64_t{p[2]} << 32 | uint64_t{p[3]} << 48;
-    return value;
+// Four UTF-16 units as four 16-bit lanes of one number, the first unit lowest.
+inline uint64_t FourUnits(const char16_t* p) {
+  uint64_t value;
+  std::memcpy(&value, p, 8);
+  if constexpr (std::endian::native == std::endian::big) {
+    value = ((value & 0xFFFF) << 48) | ((value & 0xFFFF0000) << 16) | ((value >> 16) & 0xFFFF0000) | (value >> 48);
   }
+  return value;
 }
 
 constexpr uint64_t kHashMultiplier = 0x9E3779B97F4A7C15ull;
@@ -346,8 +339,37 @@ inline uint64_t Mix(uint64_t hash, uint64_t value) {
   return hash ^ (hash >> 29);
 }
 
-template <class Unit>
-uint64_t HashRun(uint64_t hash, const Unit* p, size_t count) {
+// One step of a lane: short, so that four lanes side by side keep the multiplier busy.
+inline uint64_t Step(uint64_t lane, uint64_t value) { return std::rotl((lane ^ value) * kHashMultiplier, 27); }
+
+inline uint64_t EightBytes(const uint8_t* p) {
+  uint64_t value;
+  std::memcpy(&value, p, 8);
+  if constexpr (std::endian::native == std::endian::big) value = __builtin_bswap64(value);
+  return value;
+}
+
+// A run of text whose units all fit in a byte, from its bytes, eight at a time.
+uint64_t HashBytes(uint64_t hash, const uint8_t* p, size_t count) {
+  size_t i = 0;
+  if (count >= 32) {
+    uint64_t lanes[4] = {hash, hash ^ 1, hash ^ 2, hash ^ 3};
+    for (; i + 32 <= count; i += 32) {
+      for (int k = 0; k < 4; ++k) lanes[k] = Step(lanes[k], EightBytes(p + i + 8 * k));
+    }
+    hash = Mix(Mix(Mix(Mix(hash, lanes[0]), lanes[1]), lanes[2]), lanes[3]);
+  }
+  for (; i + 8 <= count; i += 8) hash = Mix(hash, EightBytes(p + i));
+  if (i < count) {
+    uint64_t rest = 0;
+    for (size_t k = 0; i + k < count; ++k) rest |= uint64_t{p[i + k]} << (8 * k);
+    hash = Mix(hash, rest);
+  }
+  return hash;
+}
+
+// A run of UTF-16 units, four at a time.
+uint64_t HashWide(uint64_t hash, const char16_t* p, size_t count) {
   size_t i = 0;
   for (; i + 4 <= count; i += 4) hash = Mix(hash, FourUnits(p + i));
   if (i < count) {
@@ -358,18 +380,49 @@ uint64_t HashRun(uint64_t hash, const Unit* p, size_t count) {
   return hash;
 }
 
-// The whole text up to 96 units; of a longer one its first, middle and last 32 units and its
-// length, as the platform does, so that a long string costs no more to hash than a short one.
+// The pieces of a text that its hash reads: the whole text up to 96 units; of a longer one its
+// first, middle and last 32 units, as the platform does, so that a long string costs no more to
+// hash than a short one. Returns their number; starts[k] and lengths[k] say where they are.
+constexpr size_t kHashPiece = 32;
+size_t HashPieces(size_t count, size_t starts[3], size_t lengths[3]) {
+  if (count <= 3 * kHashPiece) {
+    starts[0] = 0;
+    lengths[0] = count;
+    return 1;
+  }
+  size_t pieceStarts[3] = {0, count / 2 - kHashPiece / 2, count - kHashPiece};
+  for (int k = 0; k < 3; ++k) {
+    starts[k] = pieceStarts[k];
+    lengths[k] = kHashPiece;
+  }
+  return 3;
+}
+
+// Text whose pieces are all in ISO Latin 1 hashes by its bytes, whichever form it is kept in;
+// other text by its units. Equal texts thus hash alike.
 template <class Unit>
 CFHashCode HashUnits(const Unit* p, size_t count) {
-  constexpr size_t kPiece = 32;
+  size_t starts[3];
+  size_t lengths[3];
+  size_t pieces = HashPieces(count, starts, lengths);
   uint64_t hash = count * kHashMultiplier;
-  if (count <= 3 * kPiece) {
-    hash = HashRun(hash, p, count);
+  if constexpr (sizeof(Unit) == 1) {
+    for (size_t k = 0; k < pieces; ++k)
+      hash = HashBytes(hash, reinterpret_cast<const uint8_t*>(p) + starts[k], lengths[k]);
   } else {
-    hash = HashRun(hash, p, kPiece);
-    hash = HashRun(hash, p + count / 2 - kPiece / 2, kPiece);
-    hash = HashRun(hash, p + count - kPiece, kPiece);
+    char16_t high = 0;
+    for (size_t k = 0; k < pieces; ++k) {
+      for (size_t i = 0; i < lengths[k]; ++i) high |= p[starts[k] + i];
+    }
+    if (high < 0x100) {
+      uint8_t bytes[3 * kHashPiece];
+      for (size_t k = 0; k < pieces; ++k) {
+        for (size_t i = 0; i < lengths[k]; ++i) bytes[i] = static_cast<uint8_t>(p[starts[k] + i]);
+        hash = HashBytes(hash, bytes, lengths[k]);
+      }
+    } else {
+      for (size_t k = 0; k < pieces; ++k) hash = HashWide(hash, p + starts[k], lengths[k]);
+    }
   }
   return static_cast<CFHashCode>(Mix(hash, count));
 }

@@ -28,7 +28,7 @@ bool CxxAllocationAllowed();
 
 // Whether every new string keeps its text as UTF-16, whatever the text (the test variant's
 // switch that runs the tests on both forms of a string).
-bool WideStringsForced();
+bool WideStringsForcedBySeam();
 
 // Called when a counted object comes to life and when it is freed (or made immortal).
 void ObjectCreated();
