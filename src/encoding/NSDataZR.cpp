@@ -283,6 +283,22 @@ class TextSource {
   size_t blockEnd_ = 0;
 };
 
+// The ASCII text of a work buffer as an autoreleased string, or nil. A buffer from the heap
+// becomes the string's own storage (a one-byte string takes the block as it is): a copy would
+// write every character again, into memory as fresh as the buffer's. One on the stack is copied.
+NSString* StringOfText(WorkBuffer* buffer, size_t length) {
+  void* heap = buffer->release();
+  if (!heap) return ns::stringWithCStringLength(reinterpret_cast<const char*>(buffer->bytes()), length);
+  CFStringRef string = CFStringCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(heap),
+                                                     static_cast<CFIndex>(length), kCFStringEncodingASCII, false,
+                                                     kCFAllocatorMalloc);
+  if (!string) {
+    free(heap);
+    return nil;
+  }
+  return const_cast<NSString*>(static_cast<CFStringRef>(CFAutorelease(string)));
+}
+
 }  // namespace
 
 namespace ZR {
@@ -301,7 +317,8 @@ NSString* base32String(NSData* self) {
   out += done / 5 * 8;
   if (done < length) out += base32::EncodeFinalGroup(bytes + done, length - done, canonicalChars, out);
   *out = '\0';
-  return ns::stringWithCString(reinterpret_cast<char*>(buffer.bytes()), NSMacOSRomanStringEncoding);
+  // The text is ASCII, the same characters in Mac OS Roman.
+  return StringOfText(&buffer, encodedLength);
 }
 
 NSData* dataWithBase32String(NSString* string) {
@@ -349,7 +366,7 @@ NSString* base64String(NSData* self) {
   int written = BIO_write(chain, ns::bytes(self), static_cast<int>(length));
   // The flush writes the final group with its padding.
   if (written == static_cast<int>(length) && BIO_flush(chain) == 1)
-    result = ns::stringWithCStringLength(reinterpret_cast<char*>(text.bytes()), sink.length());
+    result = StringOfText(&text, sink.length());
   BIO_free_all(chain);
   return result;
 }

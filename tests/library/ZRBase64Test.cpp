@@ -212,6 +212,34 @@ TEST_F(Base64Test, EncoderGivesNilWhenTheStringCannotBeMade) {
   EXPECT_FALSE(ZRTestingFailurePending());
 }
 
+// A text larger than the stack buffer is made on the heap and taken by the string as its own:
+// whichever allocation fails, the result is nil and nothing is left behind.
+TEST_F(Base64Test, EncoderOfALargeTextGivesNilWhenAnAllocationFails) {
+  std::mt19937 generator(19);
+  std::string bytes = RandomBytes(10000, &generator);
+  NSData* data = AutoreleasedData(bytes);
+  std::string expected = Utf8(ZR::base64String(data));
+  bool succeeded = false;
+  for (long n = 1; !succeeded && n < 20; ++n) {
+    long live = ZRTestingLiveObjectCount();
+    {
+      NSAutoreleasePool pool;
+      ZRTestingFailAllocation(n);
+      NSString* text = ZR::base64String(data);
+      bool failed = !ZRTestingFailurePending();
+      ZRTestingFailAllocation(0);
+      if (failed) {
+        EXPECT_EQ(text, nil) << n;
+      } else {
+        succeeded = true;
+        EXPECT_EQ(Utf8(text), expected);
+      }
+    }
+    EXPECT_EQ(ZRTestingLiveObjectCount(), live) << n;
+  }
+  EXPECT_TRUE(succeeded);
+}
+
 TEST_F(Base64Test, DecoderGivesNilOnlyWhenItsDataObjectCannotBeMade) {
   NSString* text = AutoreleasedString("Zm9vYmFy");
   bool succeeded = false;
