@@ -289,9 +289,9 @@ class TextSource {
 NSString* StringOfText(WorkBuffer* buffer, size_t length) {
   void* heap = buffer->release();
   if (!heap) return ns::stringWithCStringLength(reinterpret_cast<const char*>(buffer->bytes()), length);
-  CFStringRef string = CFStringCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(heap),
-                                                     static_cast<CFIndex>(length), kCFStringEncodingASCII, false,
-                                                     kCFAllocatorMalloc);
+  CFStringRef string =
+      CFStringCreateWithBytesNoCopy(kCFAllocatorDefault, static_cast<const UInt8*>(heap), static_cast<CFIndex>(length),
+                                    kCFStringEncodingASCII, false, kCFAllocatorMalloc);
   if (!string) {
     free(heap);
     return nil;
@@ -365,8 +365,7 @@ NSString* base64String(NSData* self) {
   NSString* result = nil;
   int written = BIO_write(chain, ns::bytes(self), static_cast<int>(length));
   // The flush writes the final group with its padding.
-  if (written == static_cast<int>(length) && BIO_flush(chain) == 1)
-    result = StringOfText(&text, sink.length());
+  if (written == static_cast<int>(length) && BIO_flush(chain) == 1) result = StringOfText(&text, sink.length());
   BIO_free_all(chain);
   return result;
 }
